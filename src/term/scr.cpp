@@ -594,8 +594,9 @@ void error(const char *fmt, ...) {
     vformat(buf, sizeof buf, fmt, ap);
     va_end(ap);
     int width = std::min(t->term_cols, (int)sizeof t->term_message - 1);
-    buf[std::min((int)std::strlen(buf), width)] = 0;
-    std::snprintf(t->term_message, sizeof t->term_message, "%s", buf);
+    int keep = std::min((int)std::strlen(buf), width);
+    buf[keep] = 0;
+    std::memcpy(t->term_message, buf, (size_t)keep + 1);
     if (buf[0]) {
         int n = (int)std::strlen(buf);
         wattrset(w, battr);
