@@ -200,7 +200,7 @@ void SCRTERM(const char *suffix) {
         char name[128];
         const char *env = std::getenv("TERM");
         if (g_headless) {
-            std::snprintf(name, sizeof name, "xterm");
+            std::snprintf(name, sizeof name, "xterm%s", suffix);
         } else if (env && *env) {
             std::snprintf(name, sizeof name, "%s%s", env, suffix);
             name[0] = (char)std::toupper((unsigned char)name[0]);

@@ -181,3 +181,25 @@ TEST(StartOnHandWrittenFiles, StartsAndShowsWhatTheBytesSay) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(StartWithoutFiles, MissingSystemOrBranchFileIsFatal) {
+    for (const char *missing : {"DTSYS.TXT", "DTFILGEG.TXT"}) {
+        SCOPED_TRACE(missing);
+        nvt::TempDir shop;
+        int st;
+        nvt::run(BIN + "/mkdemo " + shop.path() + " --user BEHEER:S:norvanke", &st);
+        ASSERT_EQ(st, 0);
+        ASSERT_EQ(unlink(shop.file(missing).c_str()), 0);
+        nvt::Tmux tm;
+        tm.start(BIN + "/norvanke norvanke BEHEER 1 norpot", shop.path());
+        std::string tag = std::string(missing) == "DTSYS.TXT" ? "IOSYS" : "IOFIL";
+        ASSERT_TRUE(tm.wait_for(tag + ": Open niet gelukt (file=" + missing + ", errno=2)")) << tm.screen();
+        tm.keys({"Enter"});
+        ASSERT_TRUE(tm.wait_exit());
+        EXPECT_EQ(tm.exit_status(), 1);
+    }
+}
+
+} // namespace

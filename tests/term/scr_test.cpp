@@ -171,3 +171,48 @@ TEST(ScrReporters, TagIsCutAndUpperCased) {
 }
 
 } // namespace
+
+namespace {
+
+class ScrVariants : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        SCRHEADLESS(25, 80);
+        SCRINIT();
+    }
+    void TearDown() override { SCREND(); }
+};
+
+// Each window level has its own colour pairs, set from its scheme.
+TEST_F(ScrVariants, ColourPairsPerWindowLevel) {
+    if (!has_colors()) GTEST_SKIP() << "terminal without colours";
+    WINOPEN3(5, 5, 5, 20); // level 1, scheme 3: black, yellow, red
+    short fg, bg;
+    pair_content(2, &fg, &bg); // n+1: second on first
+    EXPECT_EQ(fg, 3);
+    EXPECT_EQ(bg, 0);
+    pair_content(9, &fg, &bg); // n+8: first on second
+    EXPECT_EQ(fg, 0);
+    EXPECT_EQ(bg, 3);
+    pair_content(16, &fg, &bg); // n+15: third on first
+    EXPECT_EQ(fg, 1);
+    EXPECT_EQ(bg, 0);
+    pair_content(1, &fg, &bg); // level 0, scheme 0: white on blue
+    EXPECT_EQ(fg, 7);
+    EXPECT_EQ(bg, 4);
+    WINCLOSE();
+}
+
+// A wide variant without a terminal entry: the base terminal takes over, a
+// full window opens on top of it, and the screen stays 80 columns wide.
+TEST_F(ScrVariants, MissingWideEntryFallsBackToTheBase) {
+    SCRTERM("-w");
+    EXPECT_EQ(term_state->term_cols, 80);
+    EXPECT_EQ(term_state->term_wincount, 2);
+    EXPECT_EQ(term_state->term_current, 0);
+    EXPECT_EQ(WININNERCOLS(), 80);
+    WINCLOSE();
+    EXPECT_EQ(term_state->term_wincount, 1);
+}
+
+} // namespace
