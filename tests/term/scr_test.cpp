@@ -162,6 +162,18 @@ TEST_F(Scr, KeysComeFromTheStackLastInFirstOut) {
     EXPECT_THROW(KEYREAD(WINCUR()), Fatal);
 }
 
+TEST_F(Scr, BaseTextStaysUnderPopupsAndShellCommandsReturnTheirStatus) {
+    WINOPEN1(10, 10, 5, 30);
+    WINTEXT(ATTR_DATA, 1, 1, "popup");
+    EXPECT_EQ(WINTEXTBASE(ATTR_DATA, 1, 1, "%s", "onder"), 5);
+    EXPECT_EQ(row_of(stdscr, 0).substr(0, 5), "onder");
+    EXPECT_EQ(row_of(WINCUR(), 0).substr(0, 5), "popup");
+    EXPECT_EQ(SCRSYSTEM("/bin/", "true", 0), 0);
+    EXPECT_NE(SCRSYSTEM("/bin/", "false", 0), 0);
+    EXPECT_EQ(term_state->term_wincount, 2);
+    WINCLOSE();
+}
+
 TEST(ScrReporters, TagIsCutAndUpperCased) {
     char t[32];
     nv::fatal_tag("src/sale/vrkbon.cpp", t, sizeof t);
