@@ -51,7 +51,8 @@ constexpr Tables build() {
         cls[0x98] |= LOWER;
         up[0x98] = 'Y';
         up[0xD5] = 'I';
-        for (unsigned char c : lower_only) cls[c] |= LOWER;
+        for (unsigned char c : lower_only)
+            cls[c] |= LOWER;
         // Everything visible that is no letter, digit or blank counts as
         // punctuation: signs, currency symbols and the line graphics.
         for (int c = 0x21; c < 0xFF; ++c)

@@ -24,18 +24,44 @@ struct Tables {
 };
 extern const Tables tables; // constant-initialised: usable at any time
 
-inline bool is(int c, unsigned char cls) { return (tables.cls[(unsigned char)c] & cls) != 0; }
-inline bool is_upper(int c) { return is(c, UPPER); }
-inline bool is_lower(int c) { return is(c, LOWER); }
-inline bool is_alpha(int c) { return is(c, UPPER | LOWER); }
-inline bool is_digit(int c) { return is(c, DIGIT); }
-inline bool is_alnum(int c) { return is(c, UPPER | LOWER | DIGIT); }
-inline bool is_space(int c) { return is(c, SPACE); }
-inline bool is_punct(int c) { return is(c, PUNCT); }
-inline bool is_cntrl(int c) { return is(c, CNTRL); }
-inline bool is_blank(int c) { return is(c, BLANK); }
-inline bool is_xdigit(int c) { return is(c, XDIGIT); }
-inline int upper(int c) { return tables.up[(unsigned char)c]; }
-inline int lower(int c) { return tables.low[(unsigned char)c]; }
+inline bool is(int c, unsigned char cls) {
+    return (tables.cls[(unsigned char)c] & cls) != 0;
+}
+inline bool is_upper(int c) {
+    return is(c, UPPER);
+}
+inline bool is_lower(int c) {
+    return is(c, LOWER);
+}
+inline bool is_alpha(int c) {
+    return is(c, UPPER | LOWER);
+}
+inline bool is_digit(int c) {
+    return is(c, DIGIT);
+}
+inline bool is_alnum(int c) {
+    return is(c, UPPER | LOWER | DIGIT);
+}
+inline bool is_space(int c) {
+    return is(c, SPACE);
+}
+inline bool is_punct(int c) {
+    return is(c, PUNCT);
+}
+inline bool is_cntrl(int c) {
+    return is(c, CNTRL);
+}
+inline bool is_blank(int c) {
+    return is(c, BLANK);
+}
+inline bool is_xdigit(int c) {
+    return is(c, XDIGIT);
+}
+inline int upper(int c) {
+    return tables.up[(unsigned char)c];
+}
+inline int lower(int c) {
+    return tables.low[(unsigned char)c];
+}
 
 } // namespace cp850

@@ -19,7 +19,8 @@ bool all_digits(const char *s, int n) {
 
 int num(const char *s, int n) {
     int v = 0;
-    for (int i = 0; i < n; ++i) v = v * 10 + (s[i] - '0');
+    for (int i = 0; i < n; ++i)
+        v = v * 10 + (s[i] - '0');
     return v;
 }
 

@@ -46,12 +46,14 @@ void txt_insert(char *text, const char *s, int pos) {
 
 void txt_rtrim(char *text) {
     int len = (int)std::strlen(text);
-    while (len > 0 && cp850::is_blank(text[len - 1])) text[--len] = 0;
+    while (len > 0 && cp850::is_blank(text[len - 1]))
+        text[--len] = 0;
 }
 
 void txt_ltrim(char *text) {
     int i = 0;
-    while (text[i] && cp850::is_blank(text[i])) ++i;
+    while (text[i] && cp850::is_blank(text[i]))
+        ++i;
     if (i) std::memmove(text, text + i, std::strlen(text + i) + 1);
 }
 
@@ -61,7 +63,8 @@ void txt_trim(char *text) {
 }
 
 char *txt_upper(char *text) {
-    for (char *p = text; *p; ++p) *p = (char)cp850::upper(*p);
+    for (char *p = text; *p; ++p)
+        *p = (char)cp850::upper(*p);
     return text;
 }
 
@@ -96,9 +99,9 @@ char *txt_unescape(char *text) {
         // Up to two hex digits; a backslash before anything else is dropped
         // and the character kept, so that a faulty table line loses nothing.
         int v = 0, n = 0;
-        while (n < 2 && hexval((unsigned char)*in) >= 0) v = v * 16 + hexval((unsigned char)*in++), ++n;
-        if (n)
-            *out++ = (char)v;
+        while (n < 2 && hexval((unsigned char)*in) >= 0)
+            v = v * 16 + hexval((unsigned char)*in++), ++n;
+        if (n) *out++ = (char)v;
     }
     *out = 0;
     return text;

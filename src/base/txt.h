@@ -6,7 +6,7 @@
 
 #include <cstddef>
 
-int txt_index(int c, const char *text);            // first occurrence of c
+int txt_index(int c, const char *text);              // first occurrence of c
 int txt_find(const char *pattern, const char *text); // pattern first!
 // Removes count characters from start and clears as many bytes at the end;
 // a text shorter than start + count - 1 is left alone.

@@ -17,6 +17,7 @@ struct Compose {
     unsigned char ch;
 };
 
+// clang-format off
 const Compose table[] = {
     // diaeresis
     {"u\"", 129}, {"a\"", 132}, {"e\"", 137}, {"i\"", 139}, {"A\"", 142}, {"o\"", 148},
@@ -45,6 +46,7 @@ const Compose table[] = {
     {"Y=", 190}, {"D-", 209}, {"ss", 225}, {"+-", 241}, {"3/4", 243}, {"SS", 245},
     {":-", 246}, {"gr", 248},
 };
+// clang-format on
 static_assert(sizeof table / sizeof table[0] == 76);
 
 } // namespace
@@ -56,7 +58,8 @@ namespace nv::ing {
 int compose_code(const char *code) {
     if (!*code) return 0;
     bool digits = true;
-    for (const char *p = code; *p; ++p) digits = digits && std::isdigit((unsigned char)*p);
+    for (const char *p = code; *p; ++p)
+        digits = digits && std::isdigit((unsigned char)*p);
     if (digits) return std::atoi(code);
     for (const Compose &c : table)
         if (std::strcmp(c.code, code) == 0) return c.ch;
@@ -78,7 +81,8 @@ int compose() {
     WINCLOSE();
     if (k == 27) return -1; // the user thought better of it
     int n = (int)std::strlen(code);
-    while (n > 0 && code[n - 1] == ' ') code[--n] = 0;
+    while (n > 0 && code[n - 1] == ' ')
+        code[--n] = 0;
     return compose_code(code);
 }
 

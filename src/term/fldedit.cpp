@@ -59,11 +59,21 @@ int FLDEDIT(int row, int col, char *text, int length) {
             continue;
         }
         switch (key) {
-        case KEY_HOME: pos = 0; break;
-        case KEY_END: pos = len; break;
-        case KEY_LEFT: pos = std::max(0, pos - 1); break;
-        case KEY_RIGHT: pos = std::min(len, pos + 1); break;
-        case KEY_IC: insert = !insert; break;
+        case KEY_HOME:
+            pos = 0;
+            break;
+        case KEY_END:
+            pos = len;
+            break;
+        case KEY_LEFT:
+            pos = std::max(0, pos - 1);
+            break;
+        case KEY_RIGHT:
+            pos = std::min(len, pos + 1);
+            break;
+        case KEY_IC:
+            insert = !insert;
+            break;
         case KEY_DC:
             if (pos < len) txt_delete(text, pos, 1);
             break;
@@ -72,7 +82,8 @@ int FLDEDIT(int row, int col, char *text, int length) {
         case KEY_BACKSPACE:
             if (pos > 0) txt_delete(text, --pos, 1);
             break;
-        default: break; // TAB, the cursor keys up and down, pages, function keys
+        default:
+            break; // TAB, the cursor keys up and down, pages, function keys
         }
     }
     paint(row, col, text, length, ' ');

@@ -65,14 +65,20 @@ void write_back() {
     }
     case 'n':
     case 'U':
-    case 'b': *(unsigned char *)v = (unsigned char)(rounded(ing_value) & 0xFF); break;
-    case 'f': std::memcpy(v, &ing_value, 8); break;
+    case 'b':
+        *(unsigned char *)v = (unsigned char)(rounded(ing_value) & 0xFF);
+        break;
+    case 'f':
+        std::memcpy(v, &ing_value, 8);
+        break;
     case 's':
     case 'S':
         ing_text[t->ing_len] = 0;
         std::memcpy(v, ing_text, (size_t)t->ing_len + 1);
         break;
-    default: std::memcpy(v, ing_text, (size_t)t->ing_len); break;
+    default:
+        std::memcpy(v, ing_text, (size_t)t->ing_len);
+        break;
     }
 }
 
@@ -113,15 +119,25 @@ void nv::ing::check_var(const char *format) {
     bool ok;
     switch (type) {
     case 'B':
-    case 'l': ok = v.size == 4 && !v.floating; break;
+    case 'l':
+        ok = v.size == 4 && !v.floating;
+        break;
     case 'd':
     case 'u':
-    case 'D': ok = v.size == 2 && !v.floating; break;
-    case 'f': ok = v.size == 8 && v.floating; break;
-    default: ok = v.size == 1; break; // one byte, or an array of bytes
+    case 'D':
+        ok = v.size == 2 && !v.floating;
+        break;
+    case 'f':
+        ok = v.size == 8 && v.floating;
+        break;
+    default:
+        ok = v.size == 1;
+        break; // one byte, or an array of bytes
     }
     if (!ok) INGAVEFATAL(format, KOR(1, 138, "ongeldige vartype"));
-    long need = type == 's' || type == 'S' ? t->ing_len + 1L : std::strchr("cCxX", type) ? (long)t->ing_len : 1L;
+    long need = type == 's' || type == 'S'  ? t->ing_len + 1L
+                : std::strchr("cCxX", type) ? (long)t->ing_len
+                                            : 1L;
     if (v.extent >= 0 && v.extent < need) INGAVEFATAL(format, KOR(1, 141, "STRING fout"));
 }
 
@@ -175,7 +191,8 @@ int nv::ingavekey_call(int *const *keys, int nkeys, const char *chars) {
     WAITCLEAR();
     for (int i = 0; i < nkeys; ++i)
         if (KEYISSLOT(keys[i])) KEYALLOW(*keys[i]);
-    for (const char *c = chars ? chars : ""; *c; ++c) KEYALLOW((unsigned char)*c);
+    for (const char *c = chars ? chars : ""; *c; ++c)
+        KEYALLOW((unsigned char)*c);
     curs_set(0);
     SCRFLUSH(0);
     int key;

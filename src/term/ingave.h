@@ -64,20 +64,20 @@ namespace nv {
 // What INGAVE knows of the caller's variable.
 struct IngVar {
     void *p = nullptr;
-    int size = 0;        // bytes of one element; 0: unchecked
+    int size = 0; // bytes of one element; 0: unchecked
     bool floating = false;
-    long extent = -1;    // elements of an array argument, -1 unknown
+    long extent = -1; // elements of an array argument, -1 unknown
 };
 
 // The variable argument: a pointer to a number or to bytes, an array of
 // bytes (its size is then checked too), or void* for no check at all.
-template <typename V>
-IngVar ing_var_of(V &&v) {
+template <typename V> IngVar ing_var_of(V &&v) {
     using R = std::remove_reference_t<V>;
     if constexpr (std::is_array_v<R>) {
         using E = std::remove_extent_t<R>;
         static_assert(std::is_arithmetic_v<E> && !std::is_const_v<E>, "INGAVE: writable variable");
-        return IngVar{(void *)v, (int)sizeof(E), std::is_floating_point_v<E>, (long)std::extent_v<R>};
+        return IngVar{(void *)v, (int)sizeof(E), std::is_floating_point_v<E>,
+                      (long)std::extent_v<R>};
     } else {
         static_assert(std::is_pointer_v<R>, "INGAVE: the variable is passed by its address");
         using E = std::remove_pointer_t<R>;
@@ -98,8 +98,9 @@ int ingavekey_call(int *const *keys, int nkeys, const char *chars);
 template <typename Tuple, std::size_t... I>
 int ingave_split(int row, int col, const char *format, Tuple &&t, std::index_sequence<I...>) {
     constexpr std::size_t n = sizeof...(I);
-    static_assert((std::is_convertible_v<std::tuple_element_t<I, std::decay_t<Tuple>>, int *> && ...),
-                  "INGAVE: exit keys are addresses of key-table slots (int*)");
+    static_assert(
+        (std::is_convertible_v<std::tuple_element_t<I, std::decay_t<Tuple>>, int *> && ...),
+        "INGAVE: exit keys are addresses of key-table slots (int*)");
     int *keys[n + 1] = {std::get<I>(t)..., nullptr};
     return ingave_call(row, col, format, keys, (int)n, ing_var_of(std::get<n>(t)));
 }
@@ -107,8 +108,9 @@ int ingave_split(int row, int col, const char *format, Tuple &&t, std::index_seq
 template <typename Tuple, std::size_t... I>
 int ingavekey_split(Tuple &&t, std::index_sequence<I...>) {
     constexpr std::size_t n = sizeof...(I);
-    static_assert((std::is_convertible_v<std::tuple_element_t<I, std::decay_t<Tuple>>, int *> && ...),
-                  "INGAVEKEY: exit keys are addresses of key-table slots (int*)");
+    static_assert(
+        (std::is_convertible_v<std::tuple_element_t<I, std::decay_t<Tuple>>, int *> && ...),
+        "INGAVEKEY: exit keys are addresses of key-table slots (int*)");
     int *keys[n + 1] = {std::get<I>(t)..., nullptr};
     return ingavekey_call(keys, (int)n, std::get<n>(t));
 }
@@ -117,8 +119,7 @@ int ingavekey_split(Tuple &&t, std::index_sequence<I...>) {
 
 // INGAVE(row, col, format, &key_..., ..., variable): returns non-zero when
 // the value of the field changed.
-template <typename... A>
-int INGAVE(int row, int col, const char *format, A &&...args) {
+template <typename... A> int INGAVE(int row, int col, const char *format, A &&...args) {
     static_assert(sizeof...(A) >= 1, "INGAVE: the variable comes last");
     return nv::ingave_split(row, col, format, std::forward_as_tuple(args...),
                             std::make_index_sequence<sizeof...(A) - 1>{});
@@ -126,8 +127,7 @@ int INGAVE(int row, int col, const char *format, A &&...args) {
 
 // INGAVEKEY(&key_..., ..., chars): waits for one of the exit keys or one of
 // the characters of chars (plus any key allowed beforehand) and returns it.
-template <typename... A>
-int INGAVEKEY(A &&...args) {
+template <typename... A> int INGAVEKEY(A &&...args) {
     static_assert(sizeof...(A) >= 1, "INGAVEKEY: the character text comes last");
     return nv::ingavekey_split(std::forward_as_tuple(args...),
                                std::make_index_sequence<sizeof...(A) - 1>{});

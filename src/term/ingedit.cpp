@@ -38,9 +38,15 @@ using namespace nv::ing;
 
 namespace {
 
-TERMSTATE *t() { return ts(); }
-int tlen() { return (int)std::strlen(ing_text); }
-bool scrolling() { return t()->ing_scroll && t()->ing_window > 0; }
+TERMSTATE *t() {
+    return ts();
+}
+int tlen() {
+    return (int)std::strlen(ing_text);
+}
+bool scrolling() {
+    return t()->ing_scroll && t()->ing_window > 0;
+}
 
 // ------------------------------------------------------------------ entry
 
@@ -49,7 +55,8 @@ void entry() {
     if ((s->ing_type != 'c' && s->ing_type != 'C') || s->ing_len >= 2) {
         // Only the blanks: a c field of one position may hold a blank on purpose.
         int n = tlen();
-        while (n > 0 && ing_text[n - 1] == ' ') ing_text[--n] = 0;
+        while (n > 0 && ing_text[n - 1] == ' ')
+            ing_text[--n] = 0;
     }
     WAITCLEAR();
     std::memcpy(field.entry, ing_text, sizeof field.entry);
@@ -135,7 +142,8 @@ void scroll_after(int key) {
         return;
     }
     if (field.pos < field.oldpos && field.offset >= field.pos && field.offset > 0) {
-        do field.offset -= third;
+        do
+            field.offset -= third;
         while (field.offset > field.pos);
         if (field.offset < 0) field.offset = 0;
     }
@@ -176,7 +184,9 @@ void date_delete(int at, char placeholder) {
     if (field.pos > tlen()) field.pos = tlen();
 }
 
-bool date_columns() { return is_date_sep() && !date_relative(); }
+bool date_columns() {
+    return is_date_sep() && !date_relative();
+}
 
 // ---------------------------------------------------------------- keys
 
@@ -290,17 +300,27 @@ void other_key(int key) {
         if (field.pos < tlen()) ++field.pos;
         if (cols && (field.pos == 2 || field.pos == 5) && field.pos < tlen()) ++field.pos;
         break;
-    case KEY_END: field.pos = tlen(); break;
-    case KEY_IC: s->term_insert = !s->term_insert; break;
-    case 23: break;
-    default: error("%s", KOR(1, 127, "Ongeldige toets")); break;
+    case KEY_END:
+        field.pos = tlen();
+        break;
+    case KEY_IC:
+        s->term_insert = !s->term_insert;
+        break;
+    case 23:
+        break;
+    default:
+        error("%s", KOR(1, 127, "Ongeldige toets"));
+        break;
     }
 }
 
 // CANCEL, EXIT and HELP that have no meaning here become the first byte of
 // the terminal's own string for them; a terminal without one keeps the key.
 int translate(int key) {
-    const char *cap = key == KEY_CANCEL ? "kcan" : key == KEY_EXIT ? "kext" : key == KEY_HELP ? "khlp" : nullptr;
+    const char *cap = key == KEY_CANCEL ? "kcan"
+                      : key == KEY_EXIT ? "kext"
+                      : key == KEY_HELP ? "khlp"
+                                        : nullptr;
     if (!cap) return key;
     const char *s = tigetstr(cap);
     if (!s || s == (const char *)-1 || !*s) return key;
@@ -417,7 +437,9 @@ void date_leave() {
         plain_date();
 }
 
-double tolerance() { return 0.1 / std::pow(10.0, t()->ing_prec); }
+double tolerance() {
+    return 0.1 / std::pow(10.0, t()->ing_prec);
+}
 
 } // namespace
 
@@ -428,13 +450,15 @@ int nv::ing::leave(int key) {
     char type = s->ing_type;
     if (type != 'c' || s->ing_len >= 2) {
         int n = tlen();
-        while (n > 0 && ing_text[n - 1] == ' ') ing_text[--n] = 0;
+        while (n > 0 && ing_text[n - 1] == ' ')
+            ing_text[--n] = 0;
     }
     if (s->ing_numeric) {
         ing_value = 0;
         if (ing_text[0] && key != KEY_CANCEL && key != key_cancel && key != 27 && key != key_esc) {
             if (INGAVECHECK() == 0) {
-                std::snprintf(ing_text, sizeof ing_text, "%-*.*f", s->ing_len, s->ing_prec, ing_value);
+                std::snprintf(ing_text, sizeof ing_text, "%-*.*f", s->ing_len, s->ing_prec,
+                              ing_value);
                 txt_rtrim(ing_text);
             }
         }
@@ -493,7 +517,8 @@ int INGAVECHECK() {
     std::sscanf(buf, "%lf", &v);
     if (const char *point = std::strchr(buf, '.')) {
         int dec = 0;
-        for (const char *p = point + 1; *p >= '0' && *p <= '9'; ++p) ++dec;
+        for (const char *p = point + 1; *p >= '0' && *p <= '9'; ++p)
+            ++dec;
         if (dec > s->ing_prec) {
             INGAVEERROR(KOR(1, 121, "Teveel cijfers na de komma"));
             return 1;

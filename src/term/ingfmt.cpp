@@ -41,16 +41,24 @@ namespace nv::ing {
 Field field;
 char settext[256];
 
-bool flag(char c) { return std::strchr(ts()->ing_flags, c) != nullptr; }
+bool flag(char c) {
+    return std::strchr(ts()->ing_flags, c) != nullptr;
+}
 
 bool is_date_sep() {
     return ts()->ing_type == 'D' && (ts()->ing_len == 8 || ts()->ing_len == 10);
 }
 
-bool date_relative() { return ing_text[0] == '+' || ing_text[0] == '-'; }
+bool date_relative() {
+    return ing_text[0] == '+' || ing_text[0] == '-';
+}
 
-char yes_letter() { return KOR(1, 74, "J")[0]; }
-char no_letter() { return KOR(1, 75, "N")[0]; }
+char yes_letter() {
+    return KOR(1, 74, "J")[0];
+}
+char no_letter() {
+    return KOR(1, 75, "N")[0];
+}
 
 void date_text(char *out, unsigned short nr, int width) {
     datum_tekst(out, nr, width == 10);
@@ -82,19 +90,28 @@ namespace {
 
 const char *reason(int nr) {
     switch (nr) {
-    case 136: return KOR(1, 136, "Lengte > 255 tekens");
-    case 137: return KOR(1, 137, "precision alleen bij f, C, S en X");
-    case 138: return KOR(1, 138, "ongeldige vartype");
-    case 139: return KOR(1, 139, "[ zonder ]");
-    case 140: return KOR(1, 140, "ongeldig bereik");
-    default: return KOR(1, 141, "STRING fout");
+    case 136:
+        return KOR(1, 136, "Lengte > 255 tekens");
+    case 137:
+        return KOR(1, 137, "precision alleen bij f, C, S en X");
+    case 138:
+        return KOR(1, 138, "ongeldige vartype");
+    case 139:
+        return KOR(1, 139, "[ zonder ]");
+    case 140:
+        return KOR(1, 140, "ongeldig bereik");
+    default:
+        return KOR(1, 141, "STRING fout");
     }
 }
 
-[[noreturn]] void fail(const char *format, int nr) { INGAVEFATAL(format, reason(nr)); }
+[[noreturn]] void fail(const char *format, int nr) {
+    INGAVEFATAL(format, reason(nr));
+}
 
 void allow_range(int from, int to) {
-    for (int c = from; c <= to; ++c) KEYALLOW(c);
+    for (int c = from; c <= to; ++c)
+        KEYALLOW(c);
 }
 
 void append_flags(const char *add) {
@@ -115,12 +132,24 @@ void type_range(char type, double *lo, double *hi) {
         *lo = -2147483647.0, *hi = 2147483647.0;
         if (ts()->term_decimals == 2) *lo /= 100, *hi /= 100;
         break;
-    case 'l': *lo = -2147483647.0, *hi = 2147483647.0; break;
-    case 'd': *lo = -32768, *hi = 32767; break;
-    case 'u': *lo = 0, *hi = 65535; break;
-    case 'n': *lo = -128, *hi = 127; break;
-    case 'U': *lo = 0, *hi = 255; break;
-    default: *lo = -1.7976931348623157e308, *hi = 1.7976931348623157e308; break;
+    case 'l':
+        *lo = -2147483647.0, *hi = 2147483647.0;
+        break;
+    case 'd':
+        *lo = -32768, *hi = 32767;
+        break;
+    case 'u':
+        *lo = 0, *hi = 65535;
+        break;
+    case 'n':
+        *lo = -128, *hi = 127;
+        break;
+    case 'U':
+        *lo = 0, *hi = 255;
+        break;
+    default:
+        *lo = -1.7976931348623157e308, *hi = 1.7976931348623157e308;
+        break;
     }
 }
 
@@ -167,15 +196,34 @@ double load_number(char type) {
         std::memcpy(&x, v, 4);
         return ts()->term_decimals == 2 ? x / 100.0 : x;
     }
-    case 'l': { int32_t x; std::memcpy(&x, v, 4); return x; }
-    case 'd': { int16_t x; std::memcpy(&x, v, 2); return x; }
+    case 'l': {
+        int32_t x;
+        std::memcpy(&x, v, 4);
+        return x;
+    }
+    case 'd': {
+        int16_t x;
+        std::memcpy(&x, v, 2);
+        return x;
+    }
     case 'u':
-    case 'D': { uint16_t x; std::memcpy(&x, v, 2); return x; }
-    case 'n': return *(const signed char *)v;
+    case 'D': {
+        uint16_t x;
+        std::memcpy(&x, v, 2);
+        return x;
+    }
+    case 'n':
+        return *(const signed char *)v;
     case 'U':
-    case 'b': return *(const unsigned char *)v;
-    case 'f': { double x; std::memcpy(&x, v, 8); return x; }
-    default: return 0;
+    case 'b':
+        return *(const unsigned char *)v;
+    case 'f': {
+        double x;
+        std::memcpy(&x, v, 8);
+        return x;
+    }
+    default:
+        return 0;
     }
 }
 
@@ -221,7 +269,8 @@ void text_setup(const char *format) {
     switch (t->ing_type) {
     case 's':
     case 'S':
-        if (!flag('I') && strnlen(v, (size_t)t->ing_len + 1) > (size_t)t->ing_len) fail(format, 141);
+        if (!flag('I') && strnlen(v, (size_t)t->ing_len + 1) > (size_t)t->ing_len)
+            fail(format, 141);
         std::strncpy(ing_text, v, (size_t)t->ing_len);
         break;
     case 'b':
@@ -246,7 +295,9 @@ void type_keys(char type, int prec) {
     case 'c':
     case 'C':
     case 's':
-    case 'S': allow_range(32, 254); break;
+    case 'S':
+        allow_range(32, 254);
+        break;
     case 'x':
     case 'X':
         allow_range('0', '9');
@@ -331,11 +382,14 @@ const char *INGAVEPREP(const char *format) {
         if (neg) ++p;
         std::snprintf(settext, sizeof settext, "%.*s", (int)(end - p), p);
         if (neg) {
-            for (const char *c = p; c < end; ++c) KEYDENY((unsigned char)*c);
+            for (const char *c = p; c < end; ++c)
+                KEYDENY((unsigned char)*c);
             ing_charset = 2;
         } else {
-            for (int c = 32; c <= 254; ++c) KEYDENY(c);
-            for (const char *c = p; c < end; ++c) KEYALLOW((unsigned char)*c);
+            for (int c = 32; c <= 254; ++c)
+                KEYDENY(c);
+            for (const char *c = p; c < end; ++c)
+                KEYALLOW((unsigned char)*c);
             ing_charset = 1;
         }
         p = end + 1;
@@ -390,17 +444,39 @@ const char *fmt_cut(int w, int n, const char *conv) {
 }
 } // namespace
 
-const char *FMT_C(int n) { return fmt_plain(n, "c"); }
-const char *FMT_S(int n) { return fmt_plain(n, "s"); }
-const char *FMT_D(int n) { return fmt_plain(n, "d"); }
-const char *FMT_HD(int n) { return fmt_plain(n, "hd"); }
-const char *FMT_LD(int n) { return fmt_plain(n, "ld"); }
-const char *FMT_U(int n) { return fmt_plain(n, "u"); }
-const char *FMT_HU(int n) { return fmt_plain(n, "hu"); }
-const char *FMT_LU(int n) { return fmt_plain(n, "lu"); }
-const char *FMT_LS(int n) { return fmt_cut(-n, n, "s"); }
-const char *FMT_RS(int n) { return fmt_cut(n, n, "s"); }
-const char *FMT_LABEL(int n) { return fmt_cut(-n, n, "s: "); }
+const char *FMT_C(int n) {
+    return fmt_plain(n, "c");
+}
+const char *FMT_S(int n) {
+    return fmt_plain(n, "s");
+}
+const char *FMT_D(int n) {
+    return fmt_plain(n, "d");
+}
+const char *FMT_HD(int n) {
+    return fmt_plain(n, "hd");
+}
+const char *FMT_LD(int n) {
+    return fmt_plain(n, "ld");
+}
+const char *FMT_U(int n) {
+    return fmt_plain(n, "u");
+}
+const char *FMT_HU(int n) {
+    return fmt_plain(n, "hu");
+}
+const char *FMT_LU(int n) {
+    return fmt_plain(n, "lu");
+}
+const char *FMT_LS(int n) {
+    return fmt_cut(-n, n, "s");
+}
+const char *FMT_RS(int n) {
+    return fmt_cut(n, n, "s");
+}
+const char *FMT_LABEL(int n) {
+    return fmt_cut(-n, n, "s: ");
+}
 
 const char *FMT_BLANKS(int n) {
     if (n < 0) n = 0;

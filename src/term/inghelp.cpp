@@ -32,13 +32,19 @@ const char *kind(char type) {
     case 'c':
     case 'C':
     case 's':
-    case 'S': return KOR(1, 100, "tekst");
-    case 'b': return KOR(1, 101, "Ja of Nee");
-    case 'B': return KOR(1, 102, "bedrag");
-    case 'D': return KOR(1, 103, "datum");
+    case 'S':
+        return KOR(1, 100, "tekst");
+    case 'b':
+        return KOR(1, 101, "Ja of Nee");
+    case 'B':
+        return KOR(1, 102, "bedrag");
+    case 'D':
+        return KOR(1, 103, "datum");
     case 'x':
-    case 'X': return KOR(1, 104, "hexadecimale waarde");
-    default: return KOR(1, 105, "getal");
+    case 'X':
+        return KOR(1, 104, "hexadecimale waarde");
+    default:
+        return KOR(1, 105, "getal");
     }
 }
 
@@ -50,11 +56,15 @@ std::string legal_text(char type) {
     case 'c':
     case 'C':
     case 's':
-    case 'S': return KOR(1, 113, "Alle tekens");
-    case 'b': return KOR(1, 114, "J, N");
+    case 'S':
+        return KOR(1, 113, "Alle tekens");
+    case 'b':
+        return KOR(1, 114, "J, N");
     case 'x':
-    case 'X': return KOR(1, 115, "Hexadecimale tekens");
-    default: return KOR(1, 116, "Alle cijfers");
+    case 'X':
+        return KOR(1, 115, "Hexadecimale tekens");
+    default:
+        return KOR(1, 116, "Alle cijfers");
     }
 }
 
@@ -62,8 +72,8 @@ void function_keys() {
     struct Named {
         int code;
         const char *name;
-    } named[] = {{key_up, "Cursor Up"}, {key_down, "Cursor Down"}, {key_pgup, "Page Up"},
-                 {key_pgdn, "Page Down"}, {key_tab, "Tab"},        {key_shtab, "Shift+Tab"},
+    } named[] = {{key_up, "Cursor Up"},   {key_down, "Cursor Down"}, {key_pgup, "Page Up"},
+                 {key_pgdn, "Page Down"}, {key_tab, "Tab"},          {key_shtab, "Shift+Tab"},
                  {key_help, "HELP"},      {key_cancel, "CANCEL"}};
     std::string list;
     for (const Named &n : named) {
@@ -72,7 +82,8 @@ void function_keys() {
         list += n.name;
     }
     if (!list.empty()) {
-        WINTEXT(ATTR_LABEL, 7, 2, "%s", KOR(1, 118, "De volgende functietoetsen zijn toe te passen :"));
+        WINTEXT(ATTR_LABEL, 7, 2, "%s",
+                KOR(1, 118, "De volgende functietoetsen zijn toe te passen :"));
         WINTEXT(ATTR_DATA, 8, 2, "%s", list.c_str());
     }
     std::string fkeys;
@@ -97,8 +108,8 @@ void range_row() {
         n += std::snprintf(b + n, sizeof b - (size_t)n, " %s ", KOR(1, 119, "t/m"));
         std::snprintf(b + n, sizeof b - (size_t)n, f, set->upper);
     } else {
-        std::snprintf(b + n, sizeof b - (size_t)n, "%ld %s %ld", (long)set->lower, KOR(1, 119, "t/m"),
-                      (long)set->upper);
+        std::snprintf(b + n, sizeof b - (size_t)n, "%ld %s %ld", (long)set->lower,
+                      KOR(1, 119, "t/m"), (long)set->upper);
     }
     WINTEXT(ATTR_LABEL, 10, 2, "%s", b);
 }

@@ -19,19 +19,21 @@ struct Field {
 extern Field field;
 extern char settext[256]; // the characters between [ and ] of the format
 
-inline TERMSTATE *ts() { return term_state; }
-bool flag(char c);          // c among the flags of the field
-bool is_date_sep();         // a date of width 8 or 10 (with separators)
-bool date_relative();       // the text starts with + or -
-char yes_letter();          // "J", the first letter of the catalogue text
-char no_letter();           // "N"
+inline TERMSTATE *ts() {
+    return term_state;
+}
+bool flag(char c);    // c among the flags of the field
+bool is_date_sep();   // a date of width 8 or 10 (with separators)
+bool date_relative(); // the text starts with + or -
+char yes_letter();    // "J", the first letter of the catalogue text
+char no_letter();     // "N"
 // Date text of the field's width for a day number: DDMMJJ, DD-MM-JJ or
 // DD-MM-JJJJ; blanks for day 0.
 void date_text(char *out, unsigned short nr, int width);
-void add_separators(char *text); // "050316" -> "05-03-16" as far as the text reaches
-void drop_separators(char *text); // the '-' at 5 and 2 taken out
-int leave(int key);               // the leave steps; returns 1 on an error
-int compose();                    // the compose window; the key made, or -1 for none
+void add_separators(char *text);    // "050316" -> "05-03-16" as far as the text reaches
+void drop_separators(char *text);   // the '-' at 5 and 2 taken out
+int leave(int key);                 // the leave steps; returns 1 on an error
+int compose();                      // the compose window; the key made, or -1 for none
 int compose_code(const char *code); // character of a compose code, 0 unknown
 // The caller's variable as INGAVE saw it, checked against the type letter
 // by set-up before anything is read from it.

@@ -1,8 +1,8 @@
 #include "base/txt.h"
 
-#include <gtest/gtest.h>
 #include <cstdlib>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <string>
 
 namespace {
@@ -91,7 +91,8 @@ TEST(Txt, AllocBetweenHalvesDownToLeast) {
     EXPECT_EQ(nv::alloc_between_with(fake, &p, 100, 1000), 250u); // 1000, 500, 250
     EXPECT_EQ(calls, 3);
     ASSERT_NE(p, nullptr);
-    for (int i = 0; i < 250; ++i) ASSERT_EQ(((unsigned char *)p)[i], 0);
+    for (int i = 0; i < 250; ++i)
+        ASSERT_EQ(((unsigned char *)p)[i], 0);
     std::free(p);
 
     limit = 50, calls = 0;

@@ -176,7 +176,8 @@ TEST_F(Fieldlab, ExitKeysHelpAndFaults) {
 
     start("3q");
     ASSERT_TRUE(tm->wait_for("PROGRAMMA AFGEBROKEN")) << tm->screen();
-    EXPECT_NE(tm->screen().find("INGAVE(): r=10, c=10, cs=3q --> ongeldige vartype"), std::string::npos)
+    EXPECT_NE(tm->screen().find("INGAVE(): r=10, c=10, cs=3q --> ongeldige vartype"),
+              std::string::npos)
         << tm->screen();
     tm->keys({"Enter"});
     ASSERT_TRUE(tm->wait_exit());

@@ -7,8 +7,8 @@
 #include "base/fatal.h"
 #include "term/ingave.h"
 
-#include <gtest/gtest.h>
 #include <cstdlib>
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -18,7 +18,9 @@ struct Fatal {
     std::string text;
 };
 
-[[noreturn]] inline void thrower(const char *text) { throw Fatal{text}; }
+[[noreturn]] inline void thrower(const char *text) {
+    throw Fatal{text};
+}
 
 class Screen : public ::testing::Test {
   protected:
@@ -34,7 +36,8 @@ class Screen : public ::testing::Test {
     template <typename... A> void type(A... a) {
         std::vector<int> ks;
         (add(ks, a), ...);
-        for (auto it = ks.rbegin(); it != ks.rend(); ++it) KEYPUSH(*it);
+        for (auto it = ks.rbegin(); it != ks.rend(); ++it)
+            KEYPUSH(*it);
     }
 
     // Row r (1-based) of the current window, columns c .. c+n-1.
@@ -60,7 +63,8 @@ class Screen : public ::testing::Test {
 
   private:
     static void add(std::vector<int> &ks, const char *s) {
-        for (; *s; ++s) ks.push_back((unsigned char)*s);
+        for (; *s; ++s)
+            ks.push_back((unsigned char)*s);
     }
     static void add(std::vector<int> &ks, int k) { ks.push_back(k); }
 };

@@ -25,7 +25,7 @@ TEST_F(Format, NumericRangesFollowWidthAndNPZ) {
         double lo, hi;
         bool minus;
     } cases[] = {
-        {"3d,P", 1, 999, false},        // P without Z: zero is out
+        {"3d,P", 1, 999, false},         // P without Z: zero is out
         {"8B,IZP", 0, 999999.99, false}, // eight nines, point before the last two
         {"4l", -999, 9999, true},
         {"1U,AEIP", 1, 9, false},
@@ -129,16 +129,15 @@ TEST_F(Format, FaultsAreFatalWithTheirReason) {
         void *var;
         const char *reason;
     } cases[] = {
-        {"256s", s, "Lengte > 255 tekens"},
-        {"3.2d", &i, "precision alleen bij f, C, S en X"},
-        {"3q", &i, "ongeldige vartype"},
-        {"3s[ab", s, "[ zonder ]"},
+        {"256s", s, "Lengte > 255 tekens"}, {"3.2d", &i, "precision alleen bij f, C, S en X"},
+        {"3q", &i, "ongeldige vartype"},    {"3s[ab", s, "[ zonder ]"},
         {"3s", s, "STRING fout"},
     };
     for (const Case &c : cases) {
         KEYCLEARSET();
         std::string text = open_field([&] { prep(c.fmt, c.var); });
-        EXPECT_NE(text.find(std::string("cs=") + c.fmt + " --> " + c.reason), std::string::npos) << text;
+        EXPECT_NE(text.find(std::string("cs=") + c.fmt + " --> " + c.reason), std::string::npos)
+            << text;
     }
     KEYCLEARSET();
     prep("3s,I", s); // too long, but the field starts empty anyway: no fault
@@ -149,8 +148,10 @@ TEST_F(Format, FaultsAreFatalWithTheirReason) {
 TEST_F(Format, VariableMustFitTheType) {
     int32_t i = 0;
     char small[4] = "";
-    EXPECT_NE(open_field([&] { INGAVE(1, 1, "3d", &i); }).find("ongeldige vartype"), std::string::npos);
-    EXPECT_NE(open_field([&] { INGAVE(1, 1, "4s", small); }).find("STRING fout"), std::string::npos);
+    EXPECT_NE(open_field([&] { INGAVE(1, 1, "3d", &i); }).find("ongeldige vartype"),
+              std::string::npos);
+    EXPECT_NE(open_field([&] { INGAVE(1, 1, "4s", small); }).find("STRING fout"),
+              std::string::npos);
 }
 
 TEST(FormatHelpers, PrintfFormats) {

@@ -24,9 +24,9 @@ struct Slot {
     int index;
 };
 const Slot slots[] = {
-    {"cancel", SLOT_CANCEL}, {"tab", SLOT_TAB},   {"help", SLOT_HELP}, {"up", SLOT_UP},
-    {"down", SLOT_DOWN},     {"pgup", SLOT_PGUP}, {"pgdn", SLOT_PGDN}, {"esc", SLOT_ESC},
-    {"shtab", SLOT_SHTAB},
+    {"cancel", SLOT_CANCEL}, {"tab", SLOT_TAB},   {"help", SLOT_HELP},
+    {"up", SLOT_UP},         {"down", SLOT_DOWN}, {"pgup", SLOT_PGUP},
+    {"pgdn", SLOT_PGDN},     {"esc", SLOT_ESC},   {"shtab", SLOT_SHTAB},
 };
 
 int slot_of(const std::string &name) {
@@ -50,8 +50,10 @@ int slot_of(const std::string &name) {
 // The type letter of a format: the first letter after length and precision.
 char type_of(const char *format) {
     const char *p = format;
-    while (*p == ' ') ++p;
-    while ((*p >= '0' && *p <= '9') || *p == '.') ++p;
+    while (*p == ' ')
+        ++p;
+    while ((*p >= '0' && *p <= '9') || *p == '.')
+        ++p;
     return *p;
 }
 
@@ -72,15 +74,29 @@ void load(Var &v, char type, const char *value) {
     double d = std::strtod(value, nullptr);
     switch (type) {
     case 'B':
-    case 'l': v.i32 = (int32_t)std::strtol(value, nullptr, 10); break;
-    case 'd': v.i16 = (int16_t)std::strtol(value, nullptr, 10); break;
+    case 'l':
+        v.i32 = (int32_t)std::strtol(value, nullptr, 10);
+        break;
+    case 'd':
+        v.i16 = (int16_t)std::strtol(value, nullptr, 10);
+        break;
     case 'u':
-    case 'D': v.u16 = (uint16_t)std::strtoul(value, nullptr, 10); break;
-    case 'n': v.i8 = (int8_t)std::strtol(value, nullptr, 10); break;
+    case 'D':
+        v.u16 = (uint16_t)std::strtoul(value, nullptr, 10);
+        break;
+    case 'n':
+        v.i8 = (int8_t)std::strtol(value, nullptr, 10);
+        break;
     case 'U':
-    case 'b': v.u8 = (uint8_t)std::strtoul(value, nullptr, 10); break;
-    case 'f': v.f = d; break;
-    default: std::snprintf(v.text, sizeof v.text, "%s", value); break;
+    case 'b':
+        v.u8 = (uint8_t)std::strtoul(value, nullptr, 10);
+        break;
+    case 'f':
+        v.f = d;
+        break;
+    default:
+        std::snprintf(v.text, sizeof v.text, "%s", value);
+        break;
     }
 }
 
@@ -88,16 +104,30 @@ std::string show(const Var &v, char type, int len) {
     char b[600];
     switch (type) {
     case 'B':
-    case 'l': std::snprintf(b, sizeof b, "%d", (int)v.i32); break;
-    case 'd': std::snprintf(b, sizeof b, "%d", (int)v.i16); break;
+    case 'l':
+        std::snprintf(b, sizeof b, "%d", (int)v.i32);
+        break;
+    case 'd':
+        std::snprintf(b, sizeof b, "%d", (int)v.i16);
+        break;
     case 'u':
-    case 'D': std::snprintf(b, sizeof b, "%u", (unsigned)v.u16); break;
-    case 'n': std::snprintf(b, sizeof b, "%d", (int)v.i8); break;
+    case 'D':
+        std::snprintf(b, sizeof b, "%u", (unsigned)v.u16);
+        break;
+    case 'n':
+        std::snprintf(b, sizeof b, "%d", (int)v.i8);
+        break;
     case 'U':
-    case 'b': std::snprintf(b, sizeof b, "%u", (unsigned)v.u8); break;
-    case 'f': std::snprintf(b, sizeof b, "%.6f", v.f); break;
+    case 'b':
+        std::snprintf(b, sizeof b, "%u", (unsigned)v.u8);
+        break;
+    case 'f':
+        std::snprintf(b, sizeof b, "%.6f", v.f);
+        break;
     case 's':
-    case 'S': std::snprintf(b, sizeof b, "%s", v.text); break;
+    case 'S':
+        std::snprintf(b, sizeof b, "%s", v.text);
+        break;
     default: // c, C, x, X: the bytes of the field up to the first NUL
         std::snprintf(b, sizeof b, "%.*s", len, v.text);
         break;
@@ -116,12 +146,18 @@ int main(int argc, char **argv) {
         std::string a = argv[i];
         if (i + 1 >= argc) usage(("missing value after " + a).c_str());
         const char *v = argv[++i];
-        if (a == "--value") value = v;
-        else if (a == "--lower") lower = v;
-        else if (a == "--upper") upper = v;
-        else if (a == "--keys") keys = v;
-        else if (a == "--out") out = v;
-        else usage(("unknown option " + a).c_str());
+        if (a == "--value")
+            value = v;
+        else if (a == "--lower")
+            lower = v;
+        else if (a == "--upper")
+            upper = v;
+        else if (a == "--keys")
+            keys = v;
+        else if (a == "--out")
+            out = v;
+        else
+            usage(("unknown option " + a).c_str());
     }
     std::vector<int> slotlist;
     for (std::string rest = keys; !rest.empty();) {
@@ -142,7 +178,8 @@ int main(int argc, char **argv) {
     if (lower) term_state->term_set->lower = std::strtod(lower, nullptr);
     if (upper) term_state->term_set->upper = std::strtod(upper, nullptr);
     std::vector<int *> exitkeys;
-    for (int s : slotlist) exitkeys.push_back(&term_state->term_keys[s]);
+    for (int s : slotlist)
+        exitkeys.push_back(&term_state->term_keys[s]);
     int changed = nv::ingave_call(10, 10, format, exitkeys.data(), (int)exitkeys.size(),
                                   nv::ing_var_of((void *)&var));
     int status = term_state->ing_status, key = term_state->ing_key, len = term_state->ing_len;
@@ -153,8 +190,8 @@ int main(int argc, char **argv) {
         std::perror(out);
         return 1;
     }
-    std::fprintf(f, "value=%s\nstatus=%d\nkey=%d\nchanged=%d\n", show(var, type, len).c_str(), status,
-                 key, changed ? 1 : 0);
+    std::fprintf(f, "value=%s\nstatus=%d\nkey=%d\nchanged=%d\n", show(var, type, len).c_str(),
+                 status, key, changed ? 1 : 0);
     if (out) std::fclose(f);
     return 0;
 }
