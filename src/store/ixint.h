@@ -1,0 +1,50 @@
+// Inside the record store: helpers shared by its modules. Not for callers.
+//
+// The current key is the key number of the block image. Every block that
+// IXRDIX accepts has a key number within the file's key count, so the plan
+// of the current key can be used without a test.
+#pragma once
+
+#include "store/ix.h"
+
+#include <cstring>
+
+namespace nv::store {
+
+inline int cur_key(const ICB *icb) { return icb->blk.keynr; }
+inline const KeyPlan &cur_plan(const ICB *icb) { return icb->plan[icb->blk.keynr - 1]; }
+inline uint8_t *entry_at(ICB *icb, int i) { return icb->blk.ent + i * cur_plan(icb).esize; }
+inline int32_t entry_ptr(ICB *icb, int i) {
+    return get_le32(entry_at(icb, i) + cur_plan(icb).keylen);
+}
+
+// Compiles the descriptors of the header into icb->plan.
+void make_plans(ICB *icb);
+
+// The file is damaged: "%-11.11s: %-19.19s --> Niet consistent" and the end.
+[[noreturn]] void not_consistent(ICB *icb);
+// "<op> : ICB == NULL" and the end.
+[[noreturn]] void icb_null(const char *op);
+inline void check_icb(const ICB *icb, const char *op) {
+    if (!icb) icb_null(op);
+}
+// A failed write or read of a file of the store: the end, with errno.
+[[noreturn]] void io_fatal(ICB *icb, const char *path, int err);
+
+// Block images: cached (rebuild, bulk) or through the exclusive cache or
+// straight to disk.
+bool block_read(ICB *icb, int32_t block, void *out);
+void block_write(ICB *icb, int32_t block, const void *in);
+// Creates, flushes, empties or drops the block cache of an exclusive file.
+void xcache_open(ICB *icb);
+void xcache_flush(ICB *icb);
+void xcache_clear(ICB *icb);
+void xcache_drop(ICB *icb);
+
+// The write-back cache of rebuild and bulk load.
+int IOCACHE(int op, ICB *icb, int32_t block);
+
+// The process-wide commit setting: COMMIT=YES 1, COMMIT=NO 0, default 0.
+int commit_setting();
+
+} // namespace nv::store

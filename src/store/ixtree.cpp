@@ -1,0 +1,216 @@
+// The index tree of one key: search, insert, split, delete.
+//
+// A B+ tree per key with these particulars: a parent entry carries the
+// highest key of its child; the last entry of every right-edge block is the
+// all-0xFF sentinel; the root of key k is block k for good and grows in
+// height by splitting in place; empty blocks are left behind, never merged.
+//
+// State in the ICB: the block image (its key number is the current key, its
+// level the current level), the entry position, and path[L], the parent of
+// the block at level L on the way down (-1 at the root). A search starts from
+// the block in hand and climbs only as far as needed, which makes a
+// sequential walk cost about one block per step.
+#include "store/ixint.h"
+
+using namespace nv::store;
+
+namespace {
+
+inline int cmp_at(ICB *icb, int i, int len) { return IXCOMP(icb, icb->key, entry_at(icb, i), len); }
+
+// Does the block in hand hold the answer to this search?
+bool holds_answer(ICB *icb, int op, int len) {
+    int n = icb->blk.count;
+    if (n <= 0) return false;
+    int c1 = cmp_at(icb, 0, len);
+    int c2 = cmp_at(icb, n - 1, len);
+    if (op == '>') return c1 >= 0 && c2 <= -1;
+    return c1 >= 1 && c2 <= 0;
+}
+
+// Reads the parent of the block in hand and checks that it is one.
+void read_parent(ICB *icb, int32_t parent) {
+    int k = icb->blk.keynr, lv = icb->blk.level;
+    IXRDIX(icb, parent);
+    if (icb->blk.keynr != k || icb->blk.level != lv + 1) not_consistent(icb);
+}
+
+// Reads a child for the descent; a child is never a root, the header or the
+// lock queue.
+void read_child(ICB *icb, int32_t child) {
+    int k = icb->blk.keynr, lv = icb->blk.level;
+    if (child <= icb->hdr.nkeys + 1) not_consistent(icb);
+    IXRDIX(icb, child);
+    if (icb->cur_block != child) return; // beyond the end: the root came instead
+    if (icb->blk.keynr != k || icb->blk.level != lv - 1) not_consistent(icb);
+}
+
+} // namespace
+
+void IXLOCKEY(ICB *icb, int len) {
+    check_icb(icb, "IXLOCKEY");
+    // The first entry at or above the key. Entries are in ascending order,
+    // so halving finds the same entry as a scan from the front.
+    int lo = 0, hi = icb->blk.count;
+    while (lo < hi) {
+        int mid = (lo + hi) / 2;
+        if (cmp_at(icb, mid, len) <= 0)
+            hi = mid;
+        else
+            lo = mid + 1;
+    }
+    icb->pos = lo;
+}
+
+int32_t IXSTEP(ICB *icb, int op, int len) {
+    IXLOCKEY(icb, len);
+    int n = icb->blk.count;
+    switch (op) {
+    case '=':
+        if (icb->pos >= n) return -1;
+        if (icb->blk.level == 1 && cmp_at(icb, icb->pos, len) != 0) return -1;
+        break;
+    case '>':
+        // The climb and the sentinel make a higher entry certain in a sound
+        // file; the bound only keeps a damaged one from running off the block.
+        while (icb->pos < n && cmp_at(icb, icb->pos, len) == 0) ++icb->pos;
+        if (icb->pos >= n) return -1;
+        break;
+    case '<':
+        if (icb->pos == 0) return -1;
+        --icb->pos;
+        break;
+    default:
+        return -1;
+    }
+    return entry_ptr(icb, icb->pos);
+}
+
+int32_t IXSEARCH(ICB *icb, int op, int len) {
+    check_icb(icb, "IXSEARCH");
+    if (icb->mode != 1 && !icb->cached) {
+        // Another process may have changed the block in hand. A block never
+        // changes key, so a different key number means a damaged file and
+        // the search starts again from the root.
+        int k = icb->blk.keynr;
+        IXRDIX(icb, icb->cur_block);
+        if (icb->blk.keynr != k) IXRDIX(icb, k);
+    }
+    while (!holds_answer(icb, op, len)) {
+        int32_t parent = icb->path[icb->blk.level];
+        if (parent < 0) break;
+        read_parent(icb, parent);
+    }
+    int32_t r = IXSTEP(icb, op, len);
+    while (icb->blk.level > 1 && r >= 0) {
+        read_child(icb, r);
+        r = IXSTEP(icb, op, len);
+    }
+    return r;
+}
+
+void IXINSKEY(ICB *icb) {
+    check_icb(icb, "IXINSKEY");
+    const KeyPlan &p = cur_plan(icb);
+    int n = icb->blk.count, at = icb->pos;
+    uint8_t *e = entry_at(icb, at);
+    std::memmove(e + p.esize, e, (size_t)((n - at) * p.esize));
+    std::memcpy(e, icb->key, (size_t)p.keylen);
+    put_le32(e + p.keylen, icb->ins_ptr);
+    icb->blk.count = (int8_t)(n + 1);
+    if (n + 1 != p.limit)
+        IXWRIX(icb, icb->cur_block);
+    else
+        IXSPLIT(icb);
+}
+
+// The left part (70 % of the limit) goes to a new block, the right part
+// stays where it is, so the parent's separator for this block stays right
+// and only the new block's separator goes up. A root splits in place: both
+// halves move out and the root becomes their parent.
+void IXSPLIT(ICB *icb) {
+    const KeyPlan &p = cur_plan(icb);
+    const int limit = p.limit, esize = p.esize, left = limit * 7 / 10, right = limit - left;
+    const int lv = icb->blk.level;
+    const bool root = icb->path[lv] == -1;
+    if (root) {
+        if (lv + 1 >= k_max_levels) not_consistent(icb);
+        icb->path[lv] = icb->cur_block;
+        icb->path[lv + 1] = -1;
+    }
+    IxBlock whole = icb->blk;
+    std::memset(icb->blk.ent + left * esize, 0, (size_t)(k_entry_area - left * esize));
+    icb->blk.count = (int8_t)left;
+    int32_t nb = icb->hdr.nextblk++;
+    icb->ins_ptr = nb;
+    IXWRIX(icb, nb);
+    std::memcpy(icb->key, icb->blk.ent + (left - 1) * esize, (size_t)p.keylen);
+
+    std::memset(icb->blk.ent, 0, k_entry_area);
+    std::memcpy(icb->blk.ent, whole.ent + left * esize, (size_t)(right * esize));
+    icb->blk.count = (int8_t)right;
+    if (root) {
+        int32_t rb = icb->hdr.nextblk;
+        IXWRIX(icb, rb);
+        icb->blk.level = (int8_t)(lv + 1);
+        icb->blk.count = 2;
+        std::memset(icb->blk.ent, 0, k_entry_area);
+        std::memcpy(icb->blk.ent, icb->key, (size_t)p.keylen);
+        put_le32(icb->blk.ent + p.keylen, nb);
+        std::memset(icb->blk.ent + esize, 0xFF, (size_t)p.keylen);
+        put_le32(icb->blk.ent + esize + p.keylen, rb);
+        icb->cur_block = icb->path[lv];
+        IXWRIX(icb, icb->cur_block);
+        ++icb->hdr.nextblk;
+        return;
+    }
+    IXWRIX(icb, icb->cur_block);
+    icb->cur_block = icb->path[lv];
+    IXRDIX(icb, icb->cur_block);
+    IXLOCKEY(icb, p.keylen);
+    IXINSKEY(icb);
+}
+
+void IXDELKEY(ICB *icb) {
+    check_icb(icb, "IXDELKEY");
+    for (;;) {
+        IXRDIX(icb, icb->cur_block);
+        const KeyPlan &p = cur_plan(icb);
+        IXLOCKEY(icb, p.keylen);
+        int n = icb->blk.count, at = icb->pos;
+        if (at >= n) return; // nothing at or above the key: nothing to delete
+        uint8_t *e = entry_at(icb, at);
+        std::memmove(e, e + p.esize, (size_t)((n - at - 1) * p.esize));
+        std::memset(entry_at(icb, n - 1), 0, (size_t)p.esize);
+        icb->blk.count = (int8_t)(n - 1);
+        IXWRIX(icb, icb->cur_block);
+        if (at != n - 1) return;
+        // The block's highest key has gone: its separator above changes, or
+        // goes altogether when the block is empty now.
+        int32_t parent = icb->path[icb->blk.level];
+        if (parent < 0) return;
+        icb->cur_block = parent;
+        if (n - 1 > 0) {
+            uint8_t last[k_max_keylen];
+            std::memcpy(last, entry_at(icb, n - 2), (size_t)p.keylen);
+            IXREPKEY(icb, last);
+            return;
+        }
+    }
+}
+
+void IXREPKEY(ICB *icb, const uint8_t *newkey) {
+    for (;;) {
+        IXRDIX(icb, icb->cur_block);
+        const KeyPlan &p = cur_plan(icb);
+        IXLOCKEY(icb, p.keylen);
+        int at = icb->pos;
+        if (at >= icb->blk.count) return;
+        std::memcpy(entry_at(icb, at), newkey, (size_t)p.keylen);
+        IXWRIX(icb, icb->cur_block);
+        if (at != icb->blk.count - 1) return;
+        int32_t parent = icb->path[icb->blk.level];
+        if (parent < 0) return;
+        icb->cur_block = parent;
+    }
+}
