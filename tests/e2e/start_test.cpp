@@ -64,8 +64,10 @@ TEST_F(Start, GoodStartHoldsTheUserAndHandsOverToTheMenu) {
         f.write(reinterpret_cast<char *>(&pos), 2);
     }
     start("norvanke BEHEER 1 norpot");
-    ASSERT_TRUE(tm.wait_for("<ENTER> voor vervolg")) << tm.screen();
+    ASSERT_TRUE(tm.wait_for("Uw keuze")) << tm.screen();
     EXPECT_EQ(tm.row(1).substr(0, 13), "norvanke 8.70");
+    tm.keys({"F10"});
+    ASSERT_TRUE(tm.wait_for("<ENTER> voor vervolg")) << tm.screen();
     EXPECT_NE(tm.screen().find("BEHEER (S)"), std::string::npos);
     EXPECT_NE(tm.screen().find("Brandel8.70  3F"), std::string::npos);
     EXPECT_GT(user_lock_holder(1), 0);
@@ -73,6 +75,8 @@ TEST_F(Start, GoodStartHoldsTheUserAndHandsOverToTheMenu) {
 
     time_t before = time(nullptr);
     tm.keys({"Enter"});
+    ASSERT_TRUE(tm.wait_gone("<ENTER> voor vervolg"));
+    tm.cancel();
     ASSERT_TRUE(tm.wait_for("SUITE MENU (demo)")) << tm.screen();
     std::ifstream log(shop.file("suite.log"));
     std::string line;
@@ -94,9 +98,9 @@ TEST_F(Start, TheSuiteMenuStartsTheProgramAgain) {
     tm.start("bin/norpot norpot BEHEER 1 login", shop.path(), {{"BIN", shop.path() + "/bin"}});
     ASSERT_TRUE(tm.wait_for("Uw keuze"));
     tm.type("1\n");
-    ASSERT_TRUE(tm.wait_for("<ENTER> voor vervolg")) << tm.screen();
+    ASSERT_TRUE(tm.wait_for("Uw keuze")) << tm.screen();
     EXPECT_STREQ(user(1).programma, "norvanke");
-    tm.keys({"Enter"});
+    tm.cancel();
     ASSERT_TRUE(tm.wait_for("terug van norvanke")) << tm.screen();
 }
 
@@ -145,11 +149,26 @@ TEST_F(Start, UnknownTerminalStopsWithStatusTen) {
     EXPECT_NE(tm.screen().find("Onbekende terminfo (Onbekend)"), std::string::npos) << tm.screen();
 }
 
+TEST_F(Start, TestVersionsAreTriedFirst) {
+    make();
+    std::string tst = shop.file("tst");
+    nvt::run("mkdir -p " + tst + " && printf '#!/bin/sh\\necho \"test $0 $*\" >> suite.log\\n' > " + tst +
+             "/norpot && chmod +x " + tst + "/norpot");
+    start("norvanke BEHEER 1 norpot", {{"TSTBIN", tst}});
+    ASSERT_TRUE(tm.wait_for("Uw keuze"));
+    tm.cancel();
+    ASSERT_TRUE(tm.wait_exit());
+    std::ifstream log(shop.file("suite.log"));
+    std::string line;
+    std::getline(log, line);
+    EXPECT_EQ(line, "test " + tst + "/norpot norpot BEHEER 1 norvanke");
+}
+
 TEST_F(Start, MissingNextProgramIsReported) {
     make();
     start("norvanke BEHEER 1 norpot", {{"BIN", "/nonexistent"}, {"PATH", "/usr/bin:/bin"}});
-    ASSERT_TRUE(tm.wait_for("<ENTER> voor vervolg"));
-    tm.keys({"Enter"});
+    ASSERT_TRUE(tm.wait_for("Uw keuze"));
+    tm.cancel();
     expect_fatal("Programma norpot niet gevonden");
 }
 
@@ -171,6 +190,10 @@ TEST(StartOnHandWrittenFiles, StartsAndShowsWhatTheBytesSay) {
     std::ofstream(shop.file("DTFILGEG.TXT"), std::ios::binary) << std::string(3 * 612, '\0');
     nvt::Tmux tm;
     tm.start(BIN + "/norvanke norvanke AB 1 norpot", shop.path(), {{"BIN", "/nonexistent"}});
+    ASSERT_TRUE(tm.wait_for("Uw keuze")) << tm.screen();
+    // No flags: no journal groups, so the supervisor's group is the third.
+    EXPECT_NE(tm.screen().find("31 Transactieverslag (journaals)"), std::string::npos);
+    tm.keys({"F10"});
     ASSERT_TRUE(tm.wait_for("<ENTER> voor vervolg")) << tm.screen();
     EXPECT_NE(tm.screen().find("AB (S)"), std::string::npos);
     EXPECT_NE(tm.screen().find("Brandel8.70  2F"), std::string::npos);
