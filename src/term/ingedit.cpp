@@ -342,8 +342,9 @@ void leave_at_once() {
 
 void date_message(const char *typed) {
     char a[16], b[16];
-    date_text(a, (unsigned short)t()->term_set->lower, 10);
-    date_text(b, (unsigned short)t()->term_set->upper, 10);
+    auto day = [](double v) { return (unsigned short)(v < 0 ? 0 : v > 65535 ? 65535 : v); };
+    date_text(a, day(t()->term_set->lower), 10);
+    date_text(b, day(t()->term_set->upper), 10);
     error(KOR(1, 131, "<%s> Alleen datum tussen %s en %s"), typed, a, b);
 }
 

@@ -96,6 +96,13 @@ void function_keys() {
     if (!fkeys.empty()) WINTEXT(ATTR_DATA, 9, 2, "%s", fkeys.c_str());
 }
 
+// A bound as a whole number; a field wider than a long shows its limit.
+long whole(double v) {
+    if (v >= 9.2e18) return 9200000000000000000L;
+    if (v <= -9.2e18) return -9200000000000000000L;
+    return (long)v;
+}
+
 void range_row() {
     TERMSTATE *s = ts();
     const INPUTSET *set = s->term_set;
@@ -108,8 +115,8 @@ void range_row() {
         n += std::snprintf(b + n, sizeof b - (size_t)n, " %s ", KOR(1, 119, "t/m"));
         std::snprintf(b + n, sizeof b - (size_t)n, f, set->upper);
     } else {
-        std::snprintf(b + n, sizeof b - (size_t)n, "%ld %s %ld", (long)set->lower,
-                      KOR(1, 119, "t/m"), (long)set->upper);
+        std::snprintf(b + n, sizeof b - (size_t)n, "%ld %s %ld", whole(set->lower),
+                      KOR(1, 119, "t/m"), whole(set->upper));
     }
     WINTEXT(ATTR_LABEL, 10, 2, "%s", b);
 }
@@ -123,8 +130,8 @@ void INGAVEHELP() {
     WINBOX("%s", KOR(1, 97, " Ingave HELP-informatie "));
 
     Row r2{2};
-    r2.put(ATTR_LABEL, "%s ", KOR(1, 98, "Er wordt ingave"));
-    if (type != 'b') r2.put(ATTR_LABEL, "%s", KOR(1, 99, "van een"));
+    r2.put(ATTR_LABEL, "%s", KOR(1, 98, "Er wordt ingave"));
+    if (type != 'b') r2.put(ATTR_LABEL, " %s", KOR(1, 99, "van een"));
     r2.put(ATTR_DATA, " %s ", kind(type));
     r2.put(ATTR_LABEL, "%s", KOR(1, 106, "verwacht"));
 

@@ -342,7 +342,8 @@ TEST_F(Field, HiddenFieldShowsNothing) {
 
 TEST_F(Field, ComposeWindow) {
     char s[6] = "";
-    type(KEY_F(11), "e'", ENTER, KEY_F(11), "65", ENTER, KEY_F(11), "1/2", ENTER, ENTER);
+    type(KEY_F(11), "e'", ENTER, KEY_F(11), "0065" /* full: ends by itself */, KEY_F(11), "1/2",
+         ENTER, ENTER);
     INGAVE(10, 10, "5s", s);
     EXPECT_STREQ(s, "\x82"
                     "A\xab");

@@ -154,14 +154,4 @@ TEST_F(Format, VariableMustFitTheType) {
               std::string::npos);
 }
 
-TEST(FormatHelpers, PrintfFormats) {
-    EXPECT_STREQ(FMT_D(5), "%5d");
-    EXPECT_STREQ(FMT_LD(0), "%ld");
-    EXPECT_STREQ(FMT_HU(-3), "%-3hu");
-    EXPECT_STREQ(FMT_LS(10), "%-10.10s");
-    EXPECT_STREQ(FMT_RS(4), "%4.4s");
-    EXPECT_STREQ(FMT_LABEL(8), "%-8.8s: ");
-    EXPECT_STREQ(FMT_BLANKS(3), "   ");
-}
-
 } // namespace
