@@ -86,6 +86,21 @@ TEST_F(Field, AmountsAndNumbers) {
     EXPECT_DOUBLE_EQ(f, 1.0);
 }
 
+// With KPOS the system has no decimals: amounts are whole and unscaled.
+TEST_F(Field, AmountsWithoutDecimalsUnderKpos) {
+    SCREND();
+    setenv("KPOS", "1", 1);
+    SCRHEADLESS(25, 80);
+    SCRINIT();
+    unsetenv("KPOS");
+    nv::set_fatal_handler(thrower);
+    int32_t b = 1250;
+    type(KEY_END, "5", ENTER);
+    INGAVE(10, 10, "8B", &b);
+    EXPECT_EQ(b, 12505);
+    EXPECT_EQ(at(10, 10, 8), "12505   ");
+}
+
 TEST_F(Field, ZeroShowsEmptyUnlessRequiredAndAllowed) {
     int32_t v = 0;
     type("", ESC);
