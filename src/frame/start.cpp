@@ -5,6 +5,9 @@
 #include "base/fatal.h"
 #include "base/scramble.h"
 #include "frame/iosys.h"
+#include "store/ix.h"
+#include "store/ixhook.h"
+#include "term/ingave.h"
 #include "term/scr.h"
 
 #include <cerrno>
@@ -50,15 +53,21 @@ void screen_wait(const char *text) {
     SCRFLUSH(0);
 }
 
-void wait_enter(int row, int col) {
-    WINCLREOL(row, col);
-    WINTEXT(ATTR_LABEL, row, col, "%s", KOR(1, 96, "<ENTER> voor vervolg"));
-    SCRFLUSH(0);
-    for (;;) {
-        int k = KEYREAD(WINCUR());
-        if (k == '\n' || k == '\r' || k == KEY_ENTER) break;
-        if (k == KEY_EXIT) SCRFATAL("%s", KOR(1, 126, "EXIT-toets gebruikt"));
+// The record store's wait for a locked record: who holds it, on the bottom
+// row, for two seconds.
+void store_inuse(ICB *icb) {
+    if (!term_state || term_state->term_top < 0) {
+        sleep(2);
+        return;
     }
+    char who[200];
+    off_t at = icb->cur_rec >= 0 ? IXSEEKDAT(icb) : 0;
+    sys_lock_text("", icb->dfd, at, icb->hdr.reclen, who, sizeof who);
+    WINOPEN(term_state->term_lines, 1, 1, term_state->term_cols, 3);
+    WINTEXT(A_BOLD, 1, 1, "%-.11s: %-.19s --> %.80s", icb->fname, icb->hdr.title, who);
+    SCRFLUSH(2);
+    WINCLOSE();
+    SCRFLUSH(0);
 }
 
 void read_fixed(long nr, void *buf) {
@@ -126,7 +135,7 @@ void info_window(bool wait) {
         ++r;
     }
     if (wait) {
-        wait_enter(11, 3);
+        INGAVEENTER(11, 3);
         WINCLOSE();
     } else {
         SCRFLUSH(0);
@@ -183,6 +192,7 @@ void frame_start(const char *name, const char *date, int argc, char **argv) {
     read_fixed(sysmap::REC_COMPANY, &company);
     read_fixed(sysmap::REC_COUNTRY, &country);
     if ((company.vlag1 & 4) && g_hooks.load_till_index) g_hooks.load_till_index();
+    nv::store::set_inuse_hook(store_inuse);
     if (g_hooks.after_start) g_hooks.after_start();
 }
 
