@@ -53,7 +53,7 @@ bool scrolling() {
 void entry() {
     TERMSTATE *s = t();
     if ((s->ing_type != 'c' && s->ing_type != 'C') || s->ing_len >= 2) {
-        // Only the blanks: a c field of one position may hold a blank on purpose.
+        // A c field of one position keeps its blank: it may be a code.
         int n = tlen();
         while (n > 0 && ing_text[n - 1] == ' ')
             ing_text[--n] = 0;
