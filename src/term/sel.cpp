@@ -111,12 +111,14 @@ struct Dialog {
         int hi;
         std::string text = display_text(l->sel_row ? l->sel_row() : "", hot, &hi);
         bool marked = mark_find(l, l->sel_pos) != l->sel_invert;
-        WINDOW *w = WINCUR();
-        WINMOVE(row, 1);
-        if (marked)
-            waddch(w, ACS_RARROW | ATTR_MARK);
-        else
+        if (marked) {
+            WINATTR(ATTR_MARK); // keeps the window's colours, unlike attributes on the character
+            WINMOVE(row, 1);
+            waddch(WINCUR(), ACS_RARROW);
+            WINATTR(ATTR_LINE);
+        } else {
             WINTEXT(ATTR_LINE, row, 1, " ");
+        }
         int room = width - 1;
         WINTEXT(attr, row, 2, "%-*.*s", room, room, text.c_str());
         if (hi >= 0 && hi < room) WINTEXT(attr | ATTR_HOT, row, 2 + hi, "%c", text[(size_t)hi]);

@@ -479,6 +479,16 @@ Result run_menu(Run &r, TR_MENU *m, int row, int col, const std::vector<int> &pa
                 }
             }
             it = m->items[cur];
+        } else if (key >= 256) {
+            for (int i = 0; i < m->count; ++i) { // a function key as second key
+                TR_ITEM *o = m->items[i];
+                if (!o->separator && o->enabled && o->key == key) {
+                    cur = i;
+                    key = '\n';
+                    break;
+                }
+            }
+            it = m->items[cur];
         }
         if (is_enter(key)) {
             bool path_here = open_next;

@@ -50,6 +50,9 @@ TEST_F(Menu, MovesHotLettersAndSecondKeys) {
     EXPECT_EQ(TR_MENU_RUN(m, 0), 3);
     keys({','}); // a comma counts as the point of the second key
     EXPECT_EQ(TR_MENU_RUN(m, 0), 2);
+    TR_MENU_SECONDKEY(m, 3, KEY_F(5)); // a function key as second key
+    keys({key_f5});
+    EXPECT_EQ(TR_MENU_RUN(m, 0), 3);
     keys({key_up, '\n'}); // wraps round, over the separator
     EXPECT_EQ(TR_MENU_RUN(m, 0), 3);
     keys({' ', 'x', key_esc});
