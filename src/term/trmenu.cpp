@@ -30,9 +30,11 @@ constexpr chtype ATTR_DISABLED = 0x100000; // A_DIM
 constexpr chtype ATTR_CURRENT = 0x40000;   // A_REVERSE
 constexpr chtype ATTR_HOT = 0x220000;      // added to the item's attribute
 constexpr chtype ATTR_SCROLL = 0x600000;   // A_BOLD | A_ALTCHARSET
-// The check and radio marks are characters of the terminals' graphic set.
-constexpr chtype MARK_CHECK = 254 | A_ALTCHARSET;
-constexpr chtype MARK_RADIO = 251 | A_ALTCHARSET;
+// The check mark (the small square of the PC graphic set) and the radio
+// mark, taken from the terminal's own line-drawing set: a raw PC graphic
+// byte garbles the line on a terminal that reads UTF-8.
+#define MARK_CHECK ACS_BLOCK
+#define MARK_RADIO ACS_DIAMOND
 
 constexpr int KEY_TIMEDOUT = -1000; // no key came within the time-out
 constexpr int MAX_PATH_KEYS = 63;
