@@ -19,11 +19,12 @@
 
 namespace {
 
-DM_ENTRY *entry(DM_MENU *m, char kind, const char *text, int32_t id, bool enabled, int nr) {
+DM_ENTRY *entry(DM_MENU *m, char kind, const char *text, int32_t id, bool enabled, int nr,
+                int nr_text) {
     auto *e = static_cast<DM_ENTRY *>(std::calloc(1, sizeof(DM_ENTRY)));
     if (!e) mem_fatal("dm_hdl", nr);
     e->text = static_cast<char *>(std::malloc(std::strlen(text ? text : "") + 1));
-    if (!e->text) mem_fatal("dm_hdl", nr + 1);
+    if (!e->text) mem_fatal("dm_hdl", nr_text);
     std::strcpy(e->text, text ? text : "");
     e->kind = kind;
     e->id = id;
@@ -71,16 +72,16 @@ int next_choosable(const std::vector<Line> &lines, int from, int dir) {
 DM_MENU *DM_NEW(const char *title) {
     auto *m = static_cast<DM_MENU *>(std::calloc(1, sizeof(DM_MENU)));
     if (!m) mem_fatal("dm_hdl", 1);
-    if (title && *title) entry(m, 'T', title, 0, false, 2);
+    if (title && *title) entry(m, 'T', title, 0, false, 2, 2);
     return m;
 }
 
 void DM_SEP(DM_MENU *menu, const char *text) {
-    if (menu) entry(menu, 'S', text, 0, false, 3);
+    if (menu) entry(menu, 'S', text, 0, false, 3, 4);
 }
 
 void DM_ITEM(DM_MENU *menu, const char *text, int32_t id, int enabled) {
-    if (menu) entry(menu, 'I', text, id, enabled != 0, 5);
+    if (menu) entry(menu, 'I', text, id, enabled != 0, 5, 6);
 }
 
 void DM_FREE(DM_MENU *menu) {

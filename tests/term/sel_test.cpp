@@ -121,23 +121,29 @@ TEST_F(Sel, EmptyListOpensNothingAndOneRecordIsPickedByF3OrEnter) {
     EXPECT_EQ(term_state->term_wincount, 1);
 }
 
+// The same moves over a table and over an array (cursor moves by relative
+// steps there).
 TEST_F(Sel, PagingAndScrolling) {
-    make(30); // 21 rows of window: pages of 17 lines
-    keys({key_pgdn, key_down, key_f3});
-    EXPECT_EQ(results(), V{18});
-    keys({key_down, key_down, key_pgup, key_f3}); // PGUP on the first page: cursor only
-    EXPECT_EQ(results(), V{0});
-    keys({key_pgdn, key_up, key_f3}); // UP on the top line scrolls back one record
-    EXPECT_EQ(results(), V{16});
-    std::vector<int> seq(17, key_down); // DOWN on the last line scrolls on
-    seq.push_back(key_f3);
-    for (auto it = seq.rbegin(); it != seq.rend(); ++it)
-        KEYPUSH(*it);
-    EXPECT_EQ(results(), V{17});
-    keys({key_pgdn, key_pgdn, key_down, key_f3}); // at the end: last line, and stays
-    EXPECT_EQ(results(), V{29});
-    keys({key_pgdn, key_down, key_tab, key_pgup, key_f3}); // TAB: 18 on top, PGUP: 1 page back
-    EXPECT_EQ(results(), V{1});
+    for (bool array : {false, true}) {
+        SCOPED_TRACE(array ? "array" : "table");
+        make(30); // 21 rows of window: pages of 17 lines
+        list->sel_array = array;
+        keys({key_pgdn, key_down, key_f3});
+        EXPECT_EQ(results(), V{18});
+        keys({key_down, key_down, key_pgup, key_f3}); // PGUP on the first page: cursor only
+        EXPECT_EQ(results(), V{0});
+        keys({key_pgdn, key_up, key_f3}); // UP on the top line scrolls back one record
+        EXPECT_EQ(results(), V{16});
+        std::vector<int> seq(17, key_down); // DOWN on the last line scrolls on
+        seq.push_back(key_f3);
+        for (auto it = seq.rbegin(); it != seq.rend(); ++it)
+            KEYPUSH(*it);
+        EXPECT_EQ(results(), V{17});
+        keys({key_pgdn, key_pgdn, key_down, key_f3}); // at the end: last line, and stays
+        EXPECT_EQ(results(), V{29});
+        keys({key_pgdn, key_down, key_tab, key_pgup, key_f3}); // TAB: 18 on top, PGUP: 1 page back
+        EXPECT_EQ(results(), V{1});
+    }
 }
 
 TEST_F(Sel, PageShowsMarksAndCurrentLine) {
