@@ -87,7 +87,7 @@ void Tmux::start(const std::string &command, const std::string &cwd, const Env &
     started_ = true;
 }
 
-void Tmux::type(const std::string &literal) { tmux("send-keys -l " + quote(literal)); }
+void Tmux::type(const std::string &literal) { tmux("send-keys -l -- " + quote(literal)); }
 
 void Tmux::keys(std::initializer_list<std::string> names) {
     std::string a;
