@@ -59,7 +59,9 @@ struct ICB {
 
     // Beyond this point: in memory only.
     nv::store::KeyPlan plan[nv::store::k_max_keys]; // per key, from the descriptors
-    nv::store::BlockCache *xcache; // block cache of an exclusive file
+    nv::store::BlockCache *xcache; // index block cache of an exclusive file
+    nv::store::BlockCache *dcache; // data page cache of an exclusive file
+    int64_t dsize;                 // length of the data file with the cache
     int32_t img_blk;              // block whose disk bytes the image holds, -1 none
     char ipath[256];              // NAME.INX as opened
     char dpath[256];              // NAME.TXT as opened
@@ -136,7 +138,9 @@ int IXLOCK(ICB *icb, int action);
 [[noreturn]] void key_fatal(const char *tag, ICB *icb, int keynr);
 
 namespace nv::store {
-// Blocks that the cache of one exclusive (mode 1) file may hold; 0 switches
-// that cache off. Default 16384 (8 MB). Takes effect at the next open.
+// What an exclusive (mode 1) file may keep in memory: index blocks of 512
+// bytes (default 16384, 8 MB) and data pages of 4096 bytes (default 1024,
+// 4 MB); 0 switches that cache off. Takes effect at the next open.
 void set_exclusive_cache_blocks(int blocks);
+void set_exclusive_data_pages(int pages);
 } // namespace nv::store

@@ -19,14 +19,18 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <sys/stat.h>
 
 namespace nv::store {
 namespace {
 int g_xcache_blocks = 16384;
-constexpr int k_run_blocks = 128; // blocks per write of a flushed run
+int g_dcache_pages = 1024;
+constexpr int k_run_bytes = 64 * 1024; // bytes per write of a flushed run
+constexpr int k_data_page = 4096;
 } // namespace
 
 void set_exclusive_cache_blocks(int blocks) { g_xcache_blocks = blocks < 0 ? 0 : blocks; }
+void set_exclusive_data_pages(int pages) { g_dcache_pages = pages < 0 ? 0 : pages; }
 
 int commit_setting() {
     static int value = [] {
@@ -39,20 +43,44 @@ int commit_setting() {
 // ---- BlockCache
 
 bool BlockCache::get(int32_t block, void *out) {
-    if (block < 0 || (size_t)block >= where_.size() || !where_[(size_t)block]) return false;
+    uint8_t *m = find(block);
+    if (!m) return false;
+    std::memcpy(out, m, (size_t)page_);
+    return true;
+}
+
+uint8_t *BlockCache::find(int32_t block) {
+    if (block < 0 || (size_t)block >= where_.size() || !where_[(size_t)block]) return nullptr;
     int f = where_[(size_t)block] - 1;
     ref_[(size_t)f] = 1;
-    std::memcpy(out, frame_[(size_t)f].data(), 512);
+    return frame(f);
+}
+
+void BlockCache::mark_dirty(int32_t block) {
+    if (block >= 0 && (size_t)block < where_.size() && where_[(size_t)block])
+        dirty_[(size_t)where_[(size_t)block] - 1] = 1;
+}
+
+// Writes len bytes from the start of a block, cut at the limit.
+bool BlockCache::write_out(int fd, int32_t block, const uint8_t *mem, size_t len) {
+    off_t start = (off_t)block * page_;
+    if (limit_ >= 0) {
+        if (start >= limit_) return true;
+        if ((int64_t)(start + (off_t)len) > limit_) len = (size_t)(limit_ - start);
+    }
+    if (os::pwrite_full(fd, mem, len, start) != (ssize_t)len) return false;
+    disk_end_ = std::max(disk_end_, (int64_t)(start + (off_t)len));
     return true;
 }
 
 int BlockCache::victim(int fd, bool &ok) {
-    if ((int)frame_.size() < cap_) {
-        frame_.emplace_back();
+    if ((int)block_.size() < cap_) {
+        if (block_.size() % k_chunk == 0)
+            chunk_.emplace_back(new uint8_t[(size_t)k_chunk * (size_t)page_]);
         block_.push_back(-1);
         dirty_.push_back(0);
         ref_.push_back(0);
-        return (int)frame_.size() - 1;
+        return (int)block_.size() - 1;
     }
     for (;;) {
         size_t h = (size_t)hand_;
@@ -61,18 +89,16 @@ int BlockCache::victim(int fd, bool &ok) {
             ref_[h] = 0;
             continue;
         }
-        if (dirty_[h] && os::pwrite_full(fd, frame_[h].data(), 512, (off_t)block_[h] * 512) != 512)
-            ok = false;
+        if (dirty_[h] && !write_out(fd, block_[h], frame((int)h), (size_t)page_)) ok = false;
         where_[(size_t)block_[h]] = 0;
         dirty_[h] = 0;
         return (int)h;
     }
 }
 
-bool BlockCache::put(int fd, int32_t block, const void *in, bool dirty) {
-    if (block < 0 || cap_ <= 0) return true;
+uint8_t *BlockCache::claim(int fd, int32_t block, bool &ok) {
+    if (block < 0 || cap_ <= 0) return nullptr;
     if ((size_t)block >= where_.size()) where_.resize((size_t)block + 1 + where_.size() / 2, 0);
-    bool ok = true;
     int f = where_[(size_t)block] - 1;
     if (f < 0) {
         f = victim(fd, ok);
@@ -80,30 +106,37 @@ bool BlockCache::put(int fd, int32_t block, const void *in, bool dirty) {
         where_[(size_t)block] = f + 1;
         dirty_[(size_t)f] = 0;
     }
-    std::memcpy(frame_[(size_t)f].data(), in, 512);
-    dirty_[(size_t)f] = dirty_[(size_t)f] || dirty;
     ref_[(size_t)f] = 1;
+    return frame(f);
+}
+
+bool BlockCache::put(int fd, int32_t block, const void *in, bool dirty) {
+    bool ok = true;
+    uint8_t *m = claim(fd, block, ok);
+    if (!m) return true;
+    std::memcpy(m, in, (size_t)page_);
+    if (dirty) mark_dirty(block);
     return ok;
 }
 
 bool BlockCache::flush(int fd) {
     std::vector<int32_t> blocks;
-    for (size_t f = 0; f < frame_.size(); ++f)
+    for (size_t f = 0; f < block_.size(); ++f)
         if (dirty_[f]) blocks.push_back(block_[f]);
     std::sort(blocks.begin(), blocks.end());
     std::vector<uint8_t> run;
-    run.reserve((size_t)k_run_blocks * 512);
+    const size_t per_run = (size_t)std::max(1, k_run_bytes / page_);
+    run.reserve(per_run * (size_t)page_);
     bool ok = true;
     for (size_t i = 0; i < blocks.size();) {
         size_t j = i;
         run.clear();
-        while (j < blocks.size() && j - i < k_run_blocks && blocks[j] == blocks[i] + (int32_t)(j - i)) {
-            const auto &fr = frame_[(size_t)where_[(size_t)blocks[j]] - 1];
-            run.insert(run.end(), fr.begin(), fr.end());
+        while (j < blocks.size() && j - i < per_run && blocks[j] == blocks[i] + (int32_t)(j - i)) {
+            const uint8_t *m = frame(where_[(size_t)blocks[j]] - 1);
+            run.insert(run.end(), m, m + page_);
             ++j;
         }
-        if (os::pwrite_full(fd, run.data(), run.size(), (off_t)blocks[i] * 512) != (ssize_t)run.size())
-            ok = false;
+        if (!write_out(fd, blocks[i], run.data(), run.size())) ok = false;
         i = j;
     }
     if (ok) std::fill(dirty_.begin(), dirty_.end(), 0);
@@ -111,7 +144,7 @@ bool BlockCache::flush(int fd) {
 }
 
 void BlockCache::clear() {
-    frame_.clear();
+    chunk_.clear();
     block_.clear();
     dirty_.clear();
     ref_.clear();
@@ -135,27 +168,94 @@ void io_fatal(ICB *icb, const char *path, int err) {
 // ---- block transfer
 
 void xcache_open(ICB *icb) {
-    if (icb->mode == 1 && g_xcache_blocks > 0 && !icb->xcache)
-        icb->xcache = new BlockCache(g_xcache_blocks);
+    if (icb->mode != 1) return;
+    if (g_xcache_blocks > 0 && !icb->xcache) icb->xcache = new BlockCache(g_xcache_blocks);
+    if (g_dcache_pages > 0 && !icb->dcache) {
+        icb->dcache = new BlockCache(g_dcache_pages, k_data_page);
+        struct stat st;
+        icb->dsize = ::fstat(icb->dfd, &st) == 0 ? (int64_t)st.st_size : 0;
+        icb->dcache->set_limit(icb->dsize);
+        icb->dcache->set_disk_end(icb->dsize);
+    }
 }
 
 void xcache_flush(ICB *icb) {
     if (icb->xcache && !icb->xcache->flush(icb->ifd)) io_fatal(icb, icb->ipath, errno);
+    if (icb->dcache && !icb->dcache->flush(icb->dfd)) io_fatal(icb, icb->dpath, errno);
 }
 
 void xcache_clear(ICB *icb) {
     if (icb->xcache) icb->xcache->clear();
 }
 
+void dcache_clear(ICB *icb) {
+    if (icb->dcache) {
+        icb->dcache->clear();
+        icb->dsize = 0;
+        icb->dcache->set_limit(0);
+        icb->dcache->set_disk_end(0);
+    }
+}
+
 void xcache_drop(ICB *icb) {
     delete icb->xcache;
     icb->xcache = nullptr;
+    delete icb->dcache;
+    icb->dcache = nullptr;
+}
+
+namespace {
+// The page of the data cache that holds byte offset off, loaded when needed.
+uint8_t *data_page(ICB *icb, off_t off) {
+    BlockCache &c = *icb->dcache;
+    int32_t pg = (int32_t)(off / c.page());
+    if (uint8_t *m = c.find(pg)) return m;
+    bool ok = true;
+    uint8_t *m = c.claim(icb->dfd, pg, ok);
+    if (!ok) io_fatal(icb, icb->dpath, errno);
+    off_t start = (off_t)pg * c.page();
+    ssize_t n = 0;
+    if (start < c.disk_end()) n = os::pread_full(icb->dfd, m, (size_t)c.page(), start);
+    if (n < 0) io_fatal(icb, icb->dpath, errno);
+    std::memset(m + n, 0, (size_t)(c.page() - n)); // beyond the end of the file
+    return m;
+}
+} // namespace
+
+bool data_read(ICB *icb, off_t start, void *out, int len) {
+    if (!icb->dcache) return os::pread_full(icb->dfd, out, (size_t)len, start) == len;
+    if (start + len > icb->dsize) return false;
+    uint8_t *o = (uint8_t *)out;
+    const int page = icb->dcache->page();
+    while (len > 0) {
+        int in = (int)(start % page), n = std::min(len, page - in);
+        std::memcpy(o, data_page(icb, start) + in, (size_t)n);
+        o += n, start += n, len -= n;
+    }
+    return true;
+}
+
+bool data_write(ICB *icb, off_t start, const void *in, int len) {
+    if (!icb->dcache) return os::pwrite_full(icb->dfd, in, (size_t)len, start) == len;
+    if (start + len > icb->dsize) {
+        icb->dsize = start + len;
+        icb->dcache->set_limit(icb->dsize);
+    }
+    const uint8_t *s = (const uint8_t *)in;
+    const int page = icb->dcache->page();
+    while (len > 0) {
+        int at = (int)(start % page), n = std::min(len, page - at);
+        std::memcpy(data_page(icb, start) + at, s, (size_t)n);
+        icb->dcache->mark_dirty((int32_t)(start / page));
+        s += n, start += n, len -= n;
+    }
+    return true;
 }
 
 bool block_read(ICB *icb, int32_t block, void *out) {
     if (icb->cached) {
         if (!IOCACHE('R', icb, block)) return false;
-        std::memcpy(out, &icb->blk, 512);
+        if (out != &icb->blk) std::memcpy(out, &icb->blk, 512);
         return true;
     }
     if (icb->xcache && icb->xcache->get(block, out)) return true;
@@ -206,19 +306,18 @@ void IXRDIX(ICB *icb, int32_t block) {
     check_icb(icb, "IXRDIX");
     if (!icb->cached && icb->hdr.busy) not_consistent(icb);
     if (block == 0) return read_header(icb);
-    alignas(8) uint8_t buf[k_block];
+    const int key_in_hand = icb->blk.keynr;
     for (;;) {
         if (block < 0 || (icb->mode == 1 && block >= icb->hdr.nextblk)) not_consistent(icb);
-        if (block_read(icb, block, buf)) break;
+        if (block_read(icb, block, &icb->blk)) break;
         // Past the end of the index: another process may be extending it.
         // Tell it, and go on from the root of the key in hand.
         char line[120];
         std::snprintf(line, sizeof line, "RDISAM: %.11s.INX (EOF: r=%ld)", icb->hdr.name,
                       (long)block);
         if (icb->mode == 1 || !eof_line(line)) not_consistent(icb);
-        block = icb->blk.keynr > 0 ? icb->blk.keynr : 1;
+        block = key_in_hand > 0 ? key_in_hand : 1;
     }
-    std::memcpy(&icb->blk, buf, k_block);
     icb->cur_block = block;
     icb->img_blk = block;
     if (block == icb->hdr.nkeys + 1) return; // the lock queue keeps no path

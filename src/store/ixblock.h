@@ -7,24 +7,45 @@
 // behind, as the header of an exclusive file always is: a reader without
 // locks sees an unfinished file in either case.
 //
+// The same cache, with pages of 4096 bytes, holds the data file of an
+// exclusive file: slots straddle pages, and a page is written back only up
+// to the logical end of the data file, so the file never grows beyond its
+// last slot.
+//
 // Frames are handed out up to a capacity and then reused by a clock sweep.
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace nv::store {
 
 class BlockCache {
   public:
-    explicit BlockCache(int capacity) : cap_(capacity) {}
+    explicit BlockCache(int capacity, int page = 512) : cap_(capacity), page_(page) {}
+
+    int page() const { return page_; }
+    // Pages are written back only up to this byte offset; -1 for no limit.
+    void set_limit(int64_t limit) { limit_ = limit; }
+    // How far the file on disk reaches: set at open, raised by write-backs.
+    // A page that begins beyond it needs no read.
+    void set_disk_end(int64_t end) { disk_end_ = end; }
+    int64_t disk_end() const { return disk_end_; }
 
     // Copies a held block to out; false when the block is not held.
     bool get(int32_t block, void *out);
+    // The held page itself, for a change in place; nullptr when not held.
+    // mark_dirty must follow a change.
+    uint8_t *find(int32_t block);
+    void mark_dirty(int32_t block);
     // Holds a block; dirty when it is newer than the disk. False when the
     // write of an evicted block failed (errno set).
     bool put(int fd, int32_t block, const void *in, bool dirty);
+    // A frame for a block that is not held yet, to be filled by the caller;
+    // held and clean from then on. nullptr when the cache has no frames.
+    uint8_t *claim(int fd, int32_t block, bool &ok);
     // Writes every dirty block, in block order. False on a failed write.
     bool flush(int fd);
     // Forgets everything (after the file was emptied).
@@ -32,10 +53,18 @@ class BlockCache {
 
   private:
     int victim(int fd, bool &ok);
+    bool write_out(int fd, int32_t block, const uint8_t *mem, size_t len);
+    uint8_t *frame(int f) {
+        return chunk_[(size_t)f / k_chunk].get() + (size_t)(f % k_chunk) * (size_t)page_;
+    }
+    static constexpr int k_chunk = 256; // frames per allocation
 
     int cap_;
+    int page_;
+    int64_t limit_ = -1;
+    int64_t disk_end_ = 0;
     int hand_ = 0;
-    std::vector<std::array<uint8_t, 512>> frame_;
+    std::vector<std::unique_ptr<uint8_t[]>> chunk_; // frames, page_ bytes each
     std::vector<int32_t> block_; // block per frame
     std::vector<uint8_t> dirty_;
     std::vector<uint8_t> ref_;

@@ -35,11 +35,17 @@ inline void check_icb(const ICB *icb, const char *op) {
 // straight to disk.
 bool block_read(ICB *icb, int32_t block, void *out);
 void block_write(ICB *icb, int32_t block, const void *in);
-// Creates, flushes, empties or drops the block cache of an exclusive file.
+// Creates, flushes, empties or drops the caches of an exclusive file.
 void xcache_open(ICB *icb);
 void xcache_flush(ICB *icb);
 void xcache_clear(ICB *icb);
+void dcache_clear(ICB *icb); // after the data file was emptied
 void xcache_drop(ICB *icb);
+
+// Data slots through the data cache of an exclusive file, or straight to
+// disk. A read of bytes that aren't there gives false.
+bool data_read(ICB *icb, off_t start, void *out, int len);
+bool data_write(ICB *icb, off_t start, const void *in, int len);
 
 // The write-back cache of rebuild and bulk load.
 int IOCACHE(int op, ICB *icb, int32_t block);

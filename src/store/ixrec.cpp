@@ -217,6 +217,7 @@ void IXINIT(ICB *icb) {
     IXINITIX(icb);
     if (nv::os::calls().ftruncate(icb->dfd, 0) != 0)
         nv::fatal(KOR(20, 22, "File open mislukt : %s"), icb->dpath);
+    dcache_clear(icb);
     if (icb->mode != 1) IXLOCK(icb, 11);
 }
 
@@ -455,15 +456,14 @@ off_t IXSEEKDAT(ICB *icb) {
 void IXRDDAT(ICB *icb, void *rec) {
     int reclen = icb->hdr.reclen;
     // A slot that isn't there (before the start or past the end) reads as free.
-    if (icb->cur_rec < 0 ||
-        nv::os::pread_full(icb->dfd, rec, (size_t)reclen, IXSEEKDAT(icb)) != reclen)
+    if (icb->cur_rec < 0 || !data_read(icb, IXSEEKDAT(icb), rec, reclen))
         std::memset(rec, 0xFF, (size_t)reclen);
 }
 
 void IXWRDAT(ICB *icb, const void *rec) {
     int reclen = icb->hdr.reclen;
     off_t start = IXSEEKDAT(icb);
-    if (nv::os::pwrite_full(icb->dfd, rec, (size_t)reclen, start) != reclen)
+    if (!data_write(icb, start, rec, reclen))
         nv::fatal("RDISAM(%d): %.11s(if=%d,df=%d,file=%d,start=%ld,len=%u)", errno, icb->hdr.name,
                   icb->ifd, icb->dfd, icb->dfd, (long)start, (unsigned)reclen);
 }

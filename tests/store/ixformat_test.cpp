@@ -593,6 +593,7 @@ TEST_F(StoreFile, FailedWritesAreFatal) {
         nv::os::calls().pwrite = full_disk;
         uint32_t v = 1;
         IXWRITE(icb, &v);
+        IXCLOSE(icb); // an exclusive file writes back at the latest here
         std::exit(0);
     };
     EXPECT_EXIT(write_one(), ::testing::ExitedWithCode(1), "RDISAM\\(28\\)");

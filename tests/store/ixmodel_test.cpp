@@ -225,6 +225,7 @@ class StoreModel : public ::testing::Test {
     }
     void TearDown() override {
         set_exclusive_cache_blocks(16384);
+        set_exclusive_data_pages(1024);
         std::string cmd = "rm -rf " + dir;
         if (std::system(cmd.c_str()) != 0) std::perror("rm");
     }
@@ -461,6 +462,7 @@ TEST_F(StoreModel, CustomersWithBlockCache) { run(k_customers, 2400, 16384); }
 TEST_F(StoreModel, CustomersWithoutCacheThroughTheDisk) { run(k_customers, 1200, 0); }
 TEST_F(StoreModel, TextKeyOneAndManyDuplicates) { run(k_codes, 2400, 16384); }
 TEST_F(StoreModel, DeepTreesWithASmallEvictingCache) {
+    set_exclusive_data_pages(2); // slots of 48 bytes straddle the 4096-byte pages
     run(k_long, 3000, 6);
     // The long key's root has split several times: four levels or more.
     ICB *icb = IXOPEN(name.c_str(), 0);
