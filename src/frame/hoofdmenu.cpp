@@ -18,9 +18,9 @@
 #include "frame/menuhdl.h"
 #include "frame/start.h"
 #include "term/ingave.h"
+#include "term/popup.h"
 #include "term/scr.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <sys/stat.h>
@@ -41,35 +41,20 @@ long file_size_of(const char *name) {
     return stat(name, &st) == 0 ? (long)st.st_size : -1;
 }
 
-// A short popup with lines of text that waits for ENTER.
-void popup(const char *const *lines, int count) {
-    int width = 0;
-    for (int i = 0; i < count; ++i) width = std::max(width, (int)std::strlen(lines[i]));
-    width = std::max(width, 24) + 4;
-    int rows = count + 4;
-    WINOPEN1((term_state->term_lines - rows) / 2, (term_state->term_cols - width) / 2 + 1, rows, width);
-    WINBOX(nullptr);
-    for (int i = 0; i < count; ++i) WINTEXT(A_BOLD, i + 1, 2, "%s", lines[i]);
-    INGAVEENTER(count + 2, 2);
-    WINCLOSE();
-}
-
 // An item whose function comes with a later version of the program. Each
 // item has its own instance so that the menu remembers which was chosen.
 template <int N> void nog_niet() {
-    const char *lines[] = {DET(1, 300, "Deze functie is nog niet beschikbaar.")};
-    popup(lines, 1);
+    FFLASH(-1, 0, A_BOLD, nullptr, "%s", DET(1, 300, "Deze functie is nog niet beschikbaar."));
 }
 
 void dcinput_warning(int which) {
     if (g_dcinput_warned[which]) return;
     g_dcinput_warned[which] = true;
     if (file_size_of("DCINPUT.TXT") < 0) return;
-    const char *lines[] = {
-        DET(1, 301, "Er is een nog niet verwerkt bestand met voorraadmutaties van Tarvex"),
-        DET(1, 302, "en/of handterminal(s) aangetroffen."),
-        DET(1, 303, "U kunt dit bestand onder Datacommunicatie verwerken.")};
-    popup(lines, 3);
+    FFLASH(-1, 0, A_BOLD, nullptr, "%s\n%s\n%s",
+           DET(1, 301, "Er is een nog niet verwerkt bestand met voorraadmutaties van Tarvex"),
+           DET(1, 302, "en/of handterminal(s) aangetroffen."),
+           DET(1, 303, "U kunt dit bestand onder Datacommunicatie verwerken."));
 }
 
 void verwerken_verkopen() {

@@ -8,6 +8,7 @@
 #include "store/ix.h"
 #include "store/ixhook.h"
 #include "term/ingave.h"
+#include "term/popup.h"
 #include "term/scr.h"
 
 #include <cerrno>
@@ -68,6 +69,12 @@ void store_inuse(ICB *icb) {
     SCRFLUSH(2);
     WINCLOSE();
     SCRFLUSH(0);
+}
+
+// The store's questions and messages go into the ordinary message box.
+int store_flash(int option, const char *title, const char *text) {
+    if (!term_state || term_state->term_top < 0) return option == -2 ? 0 : 1;
+    return FFLASH(option, 0, A_BOLD, title, "%s", text);
 }
 
 void read_fixed(long nr, void *buf) {
@@ -193,6 +200,7 @@ void frame_start(const char *name, const char *date, int argc, char **argv) {
     read_fixed(sysmap::REC_COUNTRY, &country);
     if ((company.vlag1 & 4) && g_hooks.load_till_index) g_hooks.load_till_index();
     nv::store::set_inuse_hook(store_inuse);
+    nv::store::set_flash_hook(store_flash);
     if (g_hooks.after_start) g_hooks.after_start();
 }
 

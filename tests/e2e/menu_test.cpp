@@ -81,6 +81,34 @@ TEST_F(Menu, DataCommunicationWithoutSalesIsNotAvailable) {
     ASSERT_TRUE(tm.wait_for("Ongeldige keuze")) << tm.screen();
 }
 
+TEST_F(Menu, WarnsOncePerItemOfUnprocessedHandTerminalMutations) {
+    int st;
+    nvt::run(BIN + "/mkdemo " + shop.path() + " --vlag2 1 --user BEHEER:S:norvanke", &st);
+    ASSERT_EQ(st, 0);
+    std::ofstream(shop.file("DTDCVK.TXT")) << "x";
+    std::ofstream(shop.file("DCINPUT.TXT")) << "x";
+    tm.start(BIN + "/norvanke norvanke BEHEER 1 norpot", shop.path());
+    ASSERT_TRUE(tm.wait_for("Uw keuze"));
+    for (int round = 0; round < 2; ++round) {
+        tm.type("21");
+        ASSERT_TRUE(tm.wait_for(round == 0 ? "Tarvex" : "nog niet beschikbaar")) << tm.screen();
+        if (round == 0) {
+            EXPECT_TRUE(shows("Er is een nog niet verwerkt bestand met voorraadmutaties van Tarvex"));
+            EXPECT_TRUE(shows("en/of handterminal(s) aangetroffen."));
+            EXPECT_TRUE(shows("U kunt dit bestand onder Datacommunicatie verwerken."));
+            tm.keys({"Enter"});
+            ASSERT_TRUE(tm.wait_for("nog niet beschikbaar"));
+        } else {
+            EXPECT_FALSE(shows("Tarvex"));
+        }
+        tm.keys({"Enter"});
+        ASSERT_TRUE(tm.wait_gone("nog niet beschikbaar"));
+    }
+    // The other item has its own warning.
+    tm.type("22");
+    ASSERT_TRUE(tm.wait_for("Tarvex")) << tm.screen();
+}
+
 TEST_F(Menu, KeysMoveWithWrapAround) {
     open("--user BEHEER:S:norvanke");
     tm.keys({"Up"}); // from the first item to the last
