@@ -122,6 +122,10 @@ int nv::store::IOCACHE(int op, ICB *icb, int32_t block) {
         if (g_cache.mem || icb->hdr.nkeys >= k_slots) return icb->cached;
         g_cache.mem = (uint8_t *)std::calloc(k_slots, k_block);
         if (!g_cache.mem) return icb->cached;
+        // This cache takes over from the one of an exclusive file: what
+        // that one holds goes to disk first, and is forgotten.
+        xcache_flush(icb);
+        xcache_clear(icb);
         g_cache.owner = icb;
         icb->cached = 1;
         for (int &p : icb->path) p = -1;

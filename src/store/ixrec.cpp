@@ -76,13 +76,17 @@ void header_name(const IxHeader &h, char out[12]) {
     out[11] = 0;
 }
 
-// Change prologue and epilogue of shared mode.
+// Change prologue and epilogue of shared mode. Other processes may have
+// split blocks since the last search, so the path in hand is not trusted
+// under the header lock: the change searches down from the root.
 void prologue(ICB *icb) {
     IXLOCK(icb, 2);
     IXRDIX(icb, 0);
     icb->hdr.busy = 1;
     IXWRIX(icb, 0);
     icb->hdr.busy = 0;
+    int k = cur_key(icb);
+    IXRDIX(icb, k >= 1 && k <= icb->hdr.nkeys ? k : 1);
 }
 
 void epilogue(ICB *icb) {

@@ -28,11 +28,13 @@ bool holds_answer(ICB *icb, int op, int len) {
     return c1 >= 1 && c2 <= 0;
 }
 
-// Reads the parent of the block in hand and checks that it is one.
+// Reads the parent of the block in hand and checks that it lies higher up
+// the same key. (In shared mode the remembered parent may be a root that has
+// grown since; it is still a good place to search from.)
 void read_parent(ICB *icb, int32_t parent) {
     int k = icb->blk.keynr, lv = icb->blk.level;
     IXRDIX(icb, parent);
-    if (icb->blk.keynr != k || icb->blk.level != lv + 1) not_consistent(icb);
+    if (icb->blk.keynr != k || icb->blk.level <= lv) not_consistent(icb);
 }
 
 // Reads a child for the descent; a child is never a root, the header or the
