@@ -1,44 +1,25 @@
 // The menu engine on a headless screen: numbering by groups, hidden and
 // disabled items, the remembered choice per level, and keys pushed into the
 // prompt.
-#include "base/fatal.h"
 #include "frame/menuhdl.h"
+#include "support/headless.h"
 #include "term/ingave.h"
-#include "term/scr.h"
-
-#include <gtest/gtest.h>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 namespace {
 
-struct Fatal : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
+using nvtest::Fatal;
+using nvtest::keys;
 
 std::vector<std::string> ran;
 template <int N> void fn() { ran.push_back("f" + std::to_string(N)); }
 
-class MenuEngine : public ::testing::Test {
+class MenuEngine : public nvtest::Headless {
   protected:
     void SetUp() override {
-        SCRHEADLESS(25, 80);
-        SCRINIT();
-        nv::set_fatal_handler([](const char *t) { throw Fatal(t); });
+        Headless::SetUp();
         ran.clear();
     }
-    void TearDown() override { SCREND(); }
-    // Keys in the order they are typed.
-    void keys(std::initializer_list<int> ks) {
-        std::vector<int> v(ks);
-        for (auto it = v.rbegin(); it != v.rend(); ++it) KEYPUSH(*it);
-    }
-    static std::string row(int r) {
-        char buf[100] = {};
-        mvwinnstr(stdscr, r - 1, 0, buf, 80);
-        return buf;
-    }
+    static std::string row(int r) { return nvtest::row_of(stdscr, r - 1); }
     // A menu of two groups; the first has eleven items.
     // Each test uses its own level: the engine remembers the last choice per
     // level for the whole process.

@@ -1,34 +1,12 @@
 // The screen layer on a headless 80x25 screen: window stack, positions,
 // clipping, borders, the status line, the key table and input sets.
-#include "base/fatal.h"
-#include "term/scr.h"
-
-#include <gtest/gtest.h>
-#include <stdexcept>
-#include <string>
+#include "support/headless.h"
 
 namespace {
 
-struct Fatal : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-class Scr : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        SCRHEADLESS(25, 80);
-        SCRINIT();
-        nv::set_fatal_handler([](const char *t) { throw Fatal(t); });
-    }
-    void TearDown() override { SCREND(); }
-
-    // Text of a window row, in ncurses (0-based) coordinates.
-    static std::string row_of(WINDOW *w, int y) {
-        char buf[256] = {};
-        mvwinnstr(w, y, 0, buf, getmaxx(w));
-        return buf;
-    }
-};
+using nvtest::Fatal;
+using nvtest::row_of;
+using Scr = nvtest::Headless;
 
 TEST_F(Scr, StartsWithBaseWindowOfFixedSize) {
     ASSERT_NE(term_state, nullptr);
@@ -186,14 +164,7 @@ TEST(ScrReporters, TagIsCutAndUpperCased) {
 
 namespace {
 
-class ScrVariants : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        SCRHEADLESS(25, 80);
-        SCRINIT();
-    }
-    void TearDown() override { SCREND(); }
-};
+using ScrVariants = nvtest::Headless;
 
 // Each window level has its own colour pairs, set from its scheme.
 TEST_F(ScrVariants, ColourPairsPerWindowLevel) {
