@@ -104,6 +104,20 @@ TEST_F(Start, TheSuiteMenuStartsTheProgramAgain) {
     ASSERT_TRUE(tm.wait_for("terug van norvanke")) << tm.screen();
 }
 
+// A second start of a user who is at work waits for the user's record and
+// names who holds it; when the first leaves, the record names norpot.
+TEST_F(Start, SecondStartWaitsForTheUserRecord) {
+    make();
+    start("norvanke BEHEER 1 norpot");
+    ASSERT_TRUE(tm.wait_for("Uw keuze"));
+    nvt::Tmux second;
+    second.start(BIN + "/norvanke norvanke BEHEER 1 norpot", shop.path(), {{"BIN", shop.path() + "/bin"}});
+    ASSERT_TRUE(second.wait_for("SYSTEEM-Informatie in gebruik door BEHEER")) << second.screen();
+    EXPECT_NE(second.row(25).find("SYSTEEM-"), std::string::npos);
+    tm.cancel();
+    ASSERT_TRUE(second.wait_for("norvanke foutief gestart, code 0", 8000)) << second.screen();
+}
+
 TEST_F(Start, ReleaseOfTheFilesMustMatch) {
     make("--user BEHEER:S:norvanke --release 8.70X");
     start("norvanke BEHEER 1 norpot");
