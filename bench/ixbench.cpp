@@ -45,7 +45,8 @@ struct Customer {
 };
 
 double now() {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
 }
 
 void die(const char *what, sqlite3 *db) {
@@ -54,16 +55,19 @@ void die(const char *what, sqlite3 *db) {
 }
 
 std::vector<Customer> make_data(int n, std::mt19937 &rng) {
-    static const char *const syl[] = {"jan", "Van", "der", "Berg", "ma", "\x84l", "Ko", "stra",
-                                      "\x82", "huis", "Smit", "de", "Wit", "o", "\x94r", "Baa"};
+    static const char *const syl[] = {"jan", "Van",  "der",   "Berg", "ma",   "\x84l",
+                                      "Ko",  "stra", "\x82",  "huis", "Smit", "de",
+                                      "Wit", "o",    "\x94r", "Baa"};
     std::vector<Customer> v((size_t)n);
     for (int i = 0; i < n; ++i) {
         Customer &c = v[(size_t)i];
-        for (auto &b : c.rec) b = (uint8_t)(' ' + rng() % 90);
+        for (auto &b : c.rec)
+            b = (uint8_t)(' ' + rng() % 90);
         uint32_t nr = (uint32_t)i + 1;
         std::memcpy(c.rec, &nr, 4);
         std::string name;
-        while (name.size() < 10) name += syl[rng() % 16];
+        while (name.size() < 10)
+            name += syl[rng() % 16];
         std::memset(c.rec + 4, 0, 10);
         std::memcpy(c.rec + 4, name.data(), 10);
         char pc[8];
@@ -123,7 +127,8 @@ Times run_store(const std::string &dir, const std::vector<Customer> &data,
         found += (size_t)IXREAD(icb, rec);
     }
     t.lookup = now() - t0;
-    if (found != probe.size()) std::fprintf(stderr, "ixbench: store found %zu of %zu\n", found, probe.size());
+    if (found != probe.size())
+        std::fprintf(stderr, "ixbench: store found %zu of %zu\n", found, probe.size());
 
     t0 = now();
     IXSWITCH(icb, 2);
@@ -148,10 +153,12 @@ Times run_sqlite(const std::string &dir, const std::vector<Customer> &data,
     double t0 = now();
     if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) die("open", db);
     sqlite3_create_collation(db, "CP850", SQLITE_UTF8, nullptr, cp850);
-    std::string pragmas = "PRAGMA locking_mode=EXCLUSIVE; PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; "
-                          "PRAGMA cache_size=-" +
-                          std::to_string(cache_mb * 1024) + ";";
-    if (sqlite3_exec(db, pragmas.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) die("pragma", db);
+    std::string pragmas =
+        "PRAGMA locking_mode=EXCLUSIVE; PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; "
+        "PRAGMA cache_size=-" +
+        std::to_string(cache_mb * 1024) + ";";
+    if (sqlite3_exec(db, pragmas.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+        die("pragma", db);
     const char *schema = "CREATE TABLE klant(nr INTEGER PRIMARY KEY, naam TEXT COLLATE CP850, "
                          "pc TEXT COLLATE CP850, rec BLOB);"
                          "CREATE INDEX klant_naam ON klant(naam, pc, nr);"
@@ -220,13 +227,19 @@ int main(int argc, char **argv) {
     bool store_only = false; // for profiling the store alone
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
-        if (a == "--dir" && i + 1 < argc) dir = argv[++i];
-        else if (a == "--seed" && i + 1 < argc) seed = (unsigned)std::atoi(argv[++i]);
-        else if (a == "--cache" && i + 1 < argc) cache_mb = std::atoi(argv[++i]);
-        else if (a == "--store-only") store_only = true;
-        else if (a[0] != '-') n = std::atoi(a.c_str());
+        if (a == "--dir" && i + 1 < argc)
+            dir = argv[++i];
+        else if (a == "--seed" && i + 1 < argc)
+            seed = (unsigned)std::atoi(argv[++i]);
+        else if (a == "--cache" && i + 1 < argc)
+            cache_mb = std::atoi(argv[++i]);
+        else if (a == "--store-only")
+            store_only = true;
+        else if (a[0] != '-')
+            n = std::atoi(a.c_str());
         else {
-            std::fprintf(stderr, "usage: ixbench [N] [--dir DIR] [--seed S] [--cache MB] [--store-only]\n");
+            std::fprintf(stderr,
+                         "usage: ixbench [N] [--dir DIR] [--seed S] [--cache MB] [--store-only]\n");
             return 2;
         }
     }
@@ -236,12 +249,14 @@ int main(int argc, char **argv) {
     std::mt19937 rng(seed);
     std::vector<Customer> data = make_data(n, rng);
     std::vector<uint32_t> probe((size_t)n);
-    for (int i = 0; i < n; ++i) probe[(size_t)i] = (uint32_t)i + 1;
+    for (int i = 0; i < n; ++i)
+        probe[(size_t)i] = (uint32_t)i + 1;
     std::shuffle(probe.begin(), probe.end(), rng);
 
     if (store_only) {
         Times s = run_store(dir, data, probe);
-        std::printf("store: insert %.3f s, lookup %.3f s, walk %.3f s\n", s.insert, s.lookup, s.walk);
+        std::printf("store: insert %.3f s, lookup %.3f s, walk %.3f s\n", s.insert, s.lookup,
+                    s.walk);
         return 0;
     }
     Times s = run_store(dir, data, probe);
@@ -254,7 +269,8 @@ int main(int argc, char **argv) {
     std::printf("N = %d, record 312 bytes, 3 keys, cache %d MB each, seed %u\n", n, cache_mb, seed);
     std::printf("%-28s %10s %10s %8s\n", "", "store s", "sqlite s", "ratio");
     auto row = [&](const char *what, double a, double b) {
-        std::printf("%-28s %10.3f %10.3f %8.2f   (%.0f / %.0f ops/s)\n", what, a, b, b / a, n / a, n / b);
+        std::printf("%-28s %10.3f %10.3f %8.2f   (%.0f / %.0f ops/s)\n", what, a, b, b / a, n / a,
+                    n / b);
     };
     row("insert, random order", s.insert, q.insert);
     row("point lookup by number", s.lookup, q.lookup);

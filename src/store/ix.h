@@ -23,48 +23,48 @@ class BlockCache; // see ixblock.h
 // A key descriptor in the form the key code works with; made from the header
 // at open and whenever IXUPDFCB changes a descriptor.
 struct KeyPlan {
-    int nf;                          // fields
-    bool dups;                       // 'J': record number suffix
-    bool all_int;                    // plain byte order throughout
-    int keylen;                      // whole key length
-    int flen;                        // bytes of the fields (keylen - 4 for 'J')
-    int esize;                       // entry size: keylen + 4
-    int limit;                       // entry limit of a block
-    char type[k_max_fields];         // 'I', 'C'
-    int roff[k_max_fields];          // offset of the field in the record
-    int width[k_max_fields];         // bytes
-    int koff[k_max_fields];          // offset of the field in the key
+    int nf;                  // fields
+    bool dups;               // 'J': record number suffix
+    bool all_int;            // plain byte order throughout
+    int keylen;              // whole key length
+    int flen;                // bytes of the fields (keylen - 4 for 'J')
+    int esize;               // entry size: keylen + 4
+    int limit;               // entry limit of a block
+    char type[k_max_fields]; // 'I', 'C'
+    int roff[k_max_fields];  // offset of the field in the record
+    int width[k_max_fields]; // bytes
+    int koff[k_max_fields];  // offset of the field in the key
 };
 
 constexpr int k_retry_open = 0x1000;
 } // namespace nv::store
 
 struct ICB {
-    nv::store::IxHeader hdr; // the file's header; in mode 1 the truth until close
-    int32_t ifd;             // NAME.INX
-    int32_t dfd;             // NAME.TXT
-    int32_t mode;            // 0, 1, 2
-    uint8_t whole_lock;      // all lock actions are no-ops
-    uint8_t temporary;       // dotted name: no lock on the data file
-    int32_t cur_block;       // block in the image
-    int32_t cur_rec;         // record of the last delivering operation, -1 none
-    int32_t ins_ptr;         // pointer of the entry being inserted
-    uint8_t key[nv::store::k_max_keylen]; // key work area; separator during a split
-    nv::store::IxBlock blk;  // block image; its key number is the current key
-    int32_t pos;             // entry position in the image (index, may be == count)
+    nv::store::IxHeader hdr;               // the file's header; in mode 1 the truth until close
+    int32_t ifd;                           // NAME.INX
+    int32_t dfd;                           // NAME.TXT
+    int32_t mode;                          // 0, 1, 2
+    uint8_t whole_lock;                    // all lock actions are no-ops
+    uint8_t temporary;                     // dotted name: no lock on the data file
+    int32_t cur_block;                     // block in the image
+    int32_t cur_rec;                       // record of the last delivering operation, -1 none
+    int32_t ins_ptr;                       // pointer of the entry being inserted
+    uint8_t key[nv::store::k_max_keylen];  // key work area; separator during a split
+    nv::store::IxBlock blk;                // block image; its key number is the current key
+    int32_t pos;                           // entry position in the image (index, may be == count)
     int32_t path[nv::store::k_max_levels]; // path[L]: parent of the block at level L
-    int32_t commit;          // copy of the process-wide commit setting
-    uint8_t cached;          // write-back block cache of rebuild and bulk load is on
-    char fname[81];          // the name as passed to open
+    int32_t commit;                        // copy of the process-wide commit setting
+    uint8_t cached;                        // write-back block cache of rebuild and bulk load is on
+    char fname[81];                        // the name as passed to open
 
     // Beyond this point: in memory only.
     nv::store::KeyPlan plan[nv::store::k_max_keys]; // per key, from the descriptors
-    nv::store::BlockCache *xcache; // index block cache of an exclusive file
-    nv::store::BlockCache *dcache; // data page cache of an exclusive file
-    int64_t dsize;                 // length of the data file with the cache
-    int32_t img_blk;              // block whose disk bytes the image holds, -1 none
-    char ipath[256];              // NAME.INX as opened
-    char dpath[256];              // NAME.TXT as opened
+    nv::store::BlockCache *xcache;                  // index block cache of an exclusive file
+    nv::store::BlockCache *dcache;                  // data page cache of an exclusive file
+    int64_t dsize;                                  // length of the data file with the cache
+    int32_t img_blk; // block whose disk bytes the image holds, -1 none
+    char ipath[256]; // NAME.INX as opened
+    char dpath[256]; // NAME.TXT as opened
 };
 
 // Files.

@@ -29,8 +29,12 @@ constexpr int k_run_bytes = 64 * 1024; // bytes per write of a flushed run
 constexpr int k_data_page = 4096;
 } // namespace
 
-void set_exclusive_cache_blocks(int blocks) { g_xcache_blocks = blocks < 0 ? 0 : blocks; }
-void set_exclusive_data_pages(int pages) { g_dcache_pages = pages < 0 ? 0 : pages; }
+void set_exclusive_cache_blocks(int blocks) {
+    g_xcache_blocks = blocks < 0 ? 0 : blocks;
+}
+void set_exclusive_data_pages(int pages) {
+    g_dcache_pages = pages < 0 ? 0 : pages;
+}
 
 int commit_setting() {
     static int value = [] {
@@ -159,7 +163,9 @@ void not_consistent(ICB *icb) {
               KOR(1, 234, "Niet consistent"));
 }
 
-void icb_null(const char *op) { nv::fatal("%s : ICB == NULL", op); }
+void icb_null(const char *op) {
+    nv::fatal("%s : ICB == NULL", op);
+}
 
 void io_fatal(ICB *icb, const char *path, int err) {
     nv::fatal("RDISAM(%d): %s (%.11s)", err, path, icb ? icb->hdr.name : "");

@@ -65,7 +65,7 @@ class BlockCache {
     int64_t disk_end_ = 0;
     int hand_ = 0;
     std::vector<std::unique_ptr<uint8_t[]>> chunk_; // frames, page_ bytes each
-    std::vector<int32_t> block_; // block per frame
+    std::vector<int32_t> block_;                    // block per frame
     std::vector<uint8_t> dirty_;
     std::vector<uint8_t> ref_;
     std::vector<int32_t> where_; // frame + 1 per block number, 0 = not held

@@ -30,7 +30,9 @@ struct Cache {
 };
 Cache g_cache;
 
-uint8_t *slot_mem(int s) { return g_cache.mem + s * k_block; }
+uint8_t *slot_mem(int s) {
+    return g_cache.mem + s * k_block;
+}
 
 void write_slot(ICB *icb, int s) {
     if (nv::os::pwrite_full(icb->ifd, slot_mem(s), k_block, (off_t)g_cache.block[s] * k_block) !=
@@ -85,7 +87,8 @@ int read_or_write(int op, ICB *icb, int32_t b) {
         }
         if (slot >= 0) {
             found = true;
-            for (int s = slot; s < k_slots; ++s) --g_cache.age[s];
+            for (int s = slot; s < k_slots; ++s)
+                --g_cache.age[s];
         } else {
             for (int s = k; s < k_slots && slot < 0; ++s)
                 if (g_cache.block[s] == 0) slot = s;
@@ -128,7 +131,8 @@ int nv::store::IOCACHE(int op, ICB *icb, int32_t block) {
         xcache_clear(icb);
         g_cache.owner = icb;
         icb->cached = 1;
-        for (int &p : icb->path) p = -1;
+        for (int &p : icb->path)
+            p = -1;
         std::memset(g_cache.block, 0, sizeof g_cache.block);
         std::memset(g_cache.dirty, 0, sizeof g_cache.dirty);
         std::memset(g_cache.age, 0, sizeof g_cache.age);

@@ -48,8 +48,7 @@ const char *keydesc_problem(const IxKeyDesc &d, int reclen) {
     int len = 0, nf = 0;
     for (; nf < k_max_fields && d.type[nf]; ++nf) {
         if (d.type[nf] != 'I' && d.type[nf] != 'C') return KOR(20, 2, "onbekend veldtype");
-        if (d.first[nf] < 1 || d.last[nf] < d.first[nf])
-            return KOR(20, 3, "veldgrenzen onjuist");
+        if (d.first[nf] < 1 || d.last[nf] < d.first[nf]) return KOR(20, 3, "veldgrenzen onjuist");
         if (d.last[nf] > reclen) return KOR(20, 4, "veld ligt buiten het record");
         len += d.last[nf] - d.first[nf] + 1;
     }
@@ -59,8 +58,7 @@ const char *keydesc_problem(const IxKeyDesc &d, int reclen) {
     if (d.dups == k_dups) len += 4;
     if (len != d.keylen) return KOR(20, 6, "sleutellengte klopt niet met de velden");
     if (len > k_max_keylen) return KOR(20, 7, "sleutel langer dan 60 bytes");
-    if (d.limit != entry_limit(len) || d.limit < 2)
-        return KOR(20, 8, "grens per blok klopt niet");
+    if (d.limit != entry_limit(len) || d.limit < 2) return KOR(20, 8, "grens per blok klopt niet");
     return nullptr;
 }
 

@@ -73,7 +73,7 @@ constexpr int k_max_fields = 10;
 constexpr int k_max_keylen = 60; // the key work area
 constexpr int k_max_levels = 10; // path slots
 constexpr int16_t k_version = 351;
-constexpr int16_t k_version_old = 350; // refused: convert with ixremake
+constexpr int16_t k_version_old = 350;        // refused: convert with ixremake
 constexpr int32_t k_block_limit = 0x7FFFFFFC; // no insert above this next-free block
 constexpr char k_dups = 'J';
 constexpr char k_nodups = 'N';
@@ -82,9 +82,9 @@ constexpr mode_t k_file_mode = 0660;
 #pragma pack(push, 1)
 struct IxKeyDesc {
     char name[8];
-    char dups;       // 'J' or 'N'
-    uint8_t keylen;  // bytes, suffix included
-    uint8_t limit;   // entry limit of a block
+    char dups;      // 'J' or 'N'
+    uint8_t keylen; // bytes, suffix included
+    uint8_t limit;  // entry limit of a block
     char type[k_max_fields];
     uint8_t first[k_max_fields];
     uint8_t last[k_max_fields];
@@ -163,7 +163,9 @@ inline void put_be32(uint8_t *p, int32_t v) {
 }
 
 // Entry limit of a block for a key of the given length.
-constexpr int entry_limit(int keylen) { return k_entry_area / (keylen + 4); }
+constexpr int entry_limit(int keylen) {
+    return k_entry_area / (keylen + 4);
+}
 
 // Free data slots.
 bool slot_is_free(const uint8_t *rec, int reclen);

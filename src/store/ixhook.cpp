@@ -35,13 +35,25 @@ EofHook g_eof = default_eof;
 
 } // namespace
 
-void set_inuse_hook(InUseHook h) { g_inuse = h ? h : default_inuse; }
-void set_flash_hook(FlashHook h) { g_flash = h ? h : default_flash; }
-void set_eof_hook(EofHook h) { g_eof = h ? h : default_eof; }
+void set_inuse_hook(InUseHook h) {
+    g_inuse = h ? h : default_inuse;
+}
+void set_flash_hook(FlashHook h) {
+    g_flash = h ? h : default_flash;
+}
+void set_eof_hook(EofHook h) {
+    g_eof = h ? h : default_eof;
+}
 
-void inuse(ICB *icb) { g_inuse(icb); }
-int flash(int option, const char *title, const char *text) { return g_flash(option, title, text); }
-bool eof_line(const char *line) { return g_eof(line); }
+void inuse(ICB *icb) {
+    g_inuse(icb);
+}
+int flash(int option, const char *title, const char *text) {
+    return g_flash(option, title, text);
+}
+bool eof_line(const char *line) {
+    return g_eof(line);
+}
 
 void inuse_text(ICB *icb, char *out, int size) {
     std::snprintf(out, (size_t)size, "%-11.11s: %-19.19s --> %s", icb->hdr.name, icb->hdr.title,

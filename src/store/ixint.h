@@ -11,9 +11,15 @@
 
 namespace nv::store {
 
-inline int cur_key(const ICB *icb) { return icb->blk.keynr; }
-inline const KeyPlan &cur_plan(const ICB *icb) { return icb->plan[icb->blk.keynr - 1]; }
-inline uint8_t *entry_at(ICB *icb, int i) { return icb->blk.ent + i * cur_plan(icb).esize; }
+inline int cur_key(const ICB *icb) {
+    return icb->blk.keynr;
+}
+inline const KeyPlan &cur_plan(const ICB *icb) {
+    return icb->plan[icb->blk.keynr - 1];
+}
+inline uint8_t *entry_at(ICB *icb, int i) {
+    return icb->blk.ent + i * cur_plan(icb).esize;
+}
 inline int32_t entry_ptr(ICB *icb, int i) {
     return get_le32(entry_at(icb, i) + cur_plan(icb).keylen);
 }

@@ -53,7 +53,8 @@ namespace {
 
 void reverse_into(uint8_t *dst, const uint8_t *src, int w) {
     if (w == 1 || w == 2 || w == 4)
-        for (int i = 0; i < w; ++i) dst[i] = src[w - 1 - i];
+        for (int i = 0; i < w; ++i)
+            dst[i] = src[w - 1 - i];
     else
         std::memset(dst, 0, (size_t)w);
 }
@@ -82,11 +83,13 @@ void copy_padded(char *dst, int size, const char *src) {
 // Next comma-separated token, blanks trimmed, cut at 24 bytes. False at the end.
 bool next_token(const char *&s, char *tok) {
     if (!s) return false;
-    while (*s == ' ' || *s == '\t') ++s;
+    while (*s == ' ' || *s == '\t')
+        ++s;
     const char *end = std::strchr(s, ',');
     const char *stop = end ? end : s + std::strlen(s);
     const char *e = stop;
-    while (e > s && (e[-1] == ' ' || e[-1] == '\t')) --e;
+    while (e > s && (e[-1] == ' ' || e[-1] == '\t'))
+        --e;
     int n = (int)(e - s);
     if (n > 24) n = 24;
     std::memcpy(tok, s, (size_t)n);
@@ -132,7 +135,8 @@ void IXUPDFCB(ICB *icb, int keynr, const char *text) {
             copy_padded(d.name, sizeof d.name, tok);
         }
     }
-    for (int f = nf; f < k_max_fields; ++f) d.type[f] = 0, d.first[f] = 0, d.last[f] = 0;
+    for (int f = nf; f < k_max_fields; ++f)
+        d.type[f] = 0, d.first[f] = 0, d.last[f] = 0;
     if (keynr == 1) d.dups = k_nodups;
     if (d.dups == k_dups) len += 4;
     // A length that does not fit the byte is kept out of range so that the
@@ -187,7 +191,8 @@ void IXBLDKEY(ICB *icb, const void *recp, int len) {
         int w = p.width[f];
         if (p.type[f] == 'C') {
             int i = 0;
-            for (; i < w && r[i]; ++i) k[i] = r[i];
+            for (; i < w && r[i]; ++i)
+                k[i] = r[i];
             std::memset(k + i, 0, (size_t)(w - i));
         } else {
             reverse_into(k, r, w);
@@ -206,7 +211,8 @@ int IXKEYLEN(ICB *icb, int nfields) {
     const KeyPlan &p = cur_plan(icb);
     if (nfields <= 0) return p.keylen;
     int len = 0;
-    for (int f = 0; f < nfields && f < p.nf; ++f) len += p.width[f];
+    for (int f = 0; f < nfields && f < p.nf; ++f)
+        len += p.width[f];
     return len;
 }
 

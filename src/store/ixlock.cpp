@@ -31,8 +31,12 @@ bool attempt(ICB *icb, int op, int fd, off_t start, off_t len) {
     return false;
 }
 
-off_t queue_start(ICB *icb) { return (off_t)(icb->hdr.nkeys + 1) * k_block; }
-off_t rec_start(ICB *icb) { return (off_t)icb->cur_rec * icb->hdr.reclen; }
+off_t queue_start(ICB *icb) {
+    return (off_t)(icb->hdr.nkeys + 1) * k_block;
+}
+off_t rec_start(ICB *icb) {
+    return (off_t)icb->cur_rec * icb->hdr.reclen;
+}
 
 // Reads the queue and finds the key of the key work area in it: its index,
 // or -1. *count gets the number of keys; a count that can't be is damage.
@@ -77,7 +81,8 @@ int release_key(ICB *icb) {
     int n, len = icb->plan[0].keylen;
     int at = queue_find(icb, &n);
     if (at >= 0) {
-        if (at != n - 1) std::memcpy(icb->blk.ent + at * len, icb->blk.ent + (n - 1) * len, (size_t)len);
+        if (at != n - 1)
+            std::memcpy(icb->blk.ent + at * len, icb->blk.ent + (n - 1) * len, (size_t)len);
         std::memset(icb->blk.ent + (n - 1) * len, 0, (size_t)len);
         icb->blk.count = (int8_t)(n - 1);
         IXWRIX(icb, icb->hdr.nkeys + 1);

@@ -65,7 +65,8 @@ ICB *new_icb() {
     if (!icb) nv::fatal("%s", KOR(1, 238, "Onvoldoende geheugen voor ICB"));
     icb->cur_rec = -1;
     icb->img_blk = -1;
-    for (int &p : icb->path) p = -1;
+    for (int &p : icb->path)
+        p = -1;
     icb->commit = commit_setting();
     return icb;
 }
@@ -94,9 +95,13 @@ void epilogue(ICB *icb) {
     IXLOCK(icb, 12);
 }
 
-bool valid_rec(ICB *icb) { return icb->cur_rec >= 0 && icb->cur_rec < icb->hdr.reccount; }
+bool valid_rec(ICB *icb) {
+    return icb->cur_rec >= 0 && icb->cur_rec < icb->hdr.reccount;
+}
 
-int whole(ICB *icb) { return cur_plan(icb).keylen; }
+int whole(ICB *icb) {
+    return cur_plan(icb).keylen;
+}
 
 } // namespace
 
@@ -251,7 +256,8 @@ void IXINITIX(ICB *icb) {
     icb->blk = IxBlock{};
     icb->blk.keynr = 1;
     IXWRIX(icb, h.nkeys + 1);
-    for (int &p : icb->path) p = -1;
+    for (int &p : icb->path)
+        p = -1;
     IXRDIX(icb, 1);
 }
 
@@ -327,8 +333,12 @@ int IXW(ICB *icb, void *rec, int release) {
     return result;
 }
 
-int IXWRITE(ICB *icb, void *rec) { return IXW(icb, rec, 1); }
-int IXWRITEL(ICB *icb, void *rec) { return IXW(icb, rec, 0); }
+int IXWRITE(ICB *icb, void *rec) {
+    return IXW(icb, rec, 1);
+}
+int IXWRITEL(ICB *icb, void *rec) {
+    return IXW(icb, rec, 0);
+}
 
 int IXUPDATE(ICB *icb, void *rec) {
     check_icb(icb, "IXUPDATE");

@@ -16,7 +16,9 @@ using namespace nv::store;
 
 namespace {
 
-inline int cmp_at(ICB *icb, int i, int len) { return IXCOMP(icb, icb->key, entry_at(icb, i), len); }
+inline int cmp_at(ICB *icb, int i, int len) {
+    return IXCOMP(icb, icb->key, entry_at(icb, i), len);
+}
 
 // Does the block in hand hold the answer to this search?
 bool holds_answer(ICB *icb, int op, int len) {
@@ -75,7 +77,8 @@ int32_t IXSTEP(ICB *icb, int op, int len) {
     case '>':
         // The climb and the sentinel make a higher entry certain in a sound
         // file; the bound only keeps a damaged one from running off the block.
-        while (icb->pos < n && cmp_at(icb, icb->pos, len) == 0) ++icb->pos;
+        while (icb->pos < n && cmp_at(icb, icb->pos, len) == 0)
+            ++icb->pos;
         if (icb->pos >= n) return -1;
         break;
     case '<':

@@ -13,7 +13,9 @@ using namespace nv::store;
 
 namespace {
 
-int whole(ICB *icb) { return cur_plan(icb).keylen; }
+int whole(ICB *icb) {
+    return cur_plan(icb).keylen;
+}
 
 // Does the entry found agree with the key work area on the first nfields?
 bool within(ICB *icb, int nfields) {
@@ -62,7 +64,9 @@ int IXFIRSTR(ICB *icb, void *rec, int nfields) {
     }
 }
 
-int IXFIRST(ICB *icb, void *rec) { return IXFIRSTR(icb, rec, 0); }
+int IXFIRST(ICB *icb, void *rec) {
+    return IXFIRSTR(icb, rec, 0);
+}
 
 int IXNEXTRP(ICB *icb, void *rec, int nfields) {
     check_icb(icb, "IXNEXTRP");
@@ -74,7 +78,9 @@ int IXNEXTRP(ICB *icb, void *rec, int nfields) {
     }
 }
 
-int IXNEXTR(ICB *icb, void *rec) { return IXNEXTRP(icb, rec, 0); }
+int IXNEXTR(ICB *icb, void *rec) {
+    return IXNEXTRP(icb, rec, 0);
+}
 
 int IXPREVRP(ICB *icb, void *rec, int nfields) {
     check_icb(icb, "IXPREVRP");
@@ -87,7 +93,9 @@ int IXPREVRP(ICB *icb, void *rec, int nfields) {
     }
 }
 
-int IXPREVR(ICB *icb, void *rec) { return IXPREVRP(icb, rec, 0); }
+int IXPREVR(ICB *icb, void *rec) {
+    return IXPREVRP(icb, rec, 0);
+}
 
 int IXFIRSTK(ICB *icb, void *rec, int nfields) {
     check_icb(icb, "IXFIRSTK");
@@ -184,8 +192,7 @@ void bulk_add_cached(ICB *icb, const void *rec) {
     int len = whole(icb);
     IXBLDKEY(icb, rec, len);
     int n = icb->blk.count;
-    bool here = icb->blk.level == 1 && n > 0 &&
-                IXCOMP(icb, icb->key, entry_at(icb, 0), len) >= 0 &&
+    bool here = icb->blk.level == 1 && n > 0 && IXCOMP(icb, icb->key, entry_at(icb, 0), len) >= 0 &&
                 IXCOMP(icb, icb->key, entry_at(icb, n - 1), len) <= 0;
     if (here) {
         IXLOCKEY(icb, len);

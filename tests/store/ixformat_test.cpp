@@ -27,7 +27,8 @@ Bytes read_file(const std::string &path) {
     FILE *f = std::fopen(path.c_str(), "rb");
     if (!f) return b;
     int c;
-    while ((c = std::fgetc(f)) != EOF) b.push_back((uint8_t)c);
+    while ((c = std::fgetc(f)) != EOF)
+        b.push_back((uint8_t)c);
     std::fclose(f);
     return b;
 }
@@ -43,13 +44,18 @@ Bytes le32(int32_t v) {
     uint32_t u = (uint32_t)v;
     return {(uint8_t)u, (uint8_t)(u >> 8), (uint8_t)(u >> 16), (uint8_t)(u >> 24)};
 }
-Bytes be32(uint32_t u) { return {(uint8_t)(u >> 24), (uint8_t)(u >> 16), (uint8_t)(u >> 8), (uint8_t)u}; }
+Bytes be32(uint32_t u) {
+    return {(uint8_t)(u >> 24), (uint8_t)(u >> 16), (uint8_t)(u >> 8), (uint8_t)u};
+}
 Bytes cat(std::initializer_list<Bytes> parts) {
     Bytes out;
-    for (const Bytes &p : parts) out.insert(out.end(), p.begin(), p.end());
+    for (const Bytes &p : parts)
+        out.insert(out.end(), p.begin(), p.end());
     return out;
 }
-Bytes slice(const Bytes &b, size_t off, size_t n) { return Bytes(b.begin() + (long)off, b.begin() + (long)(off + n)); }
+Bytes slice(const Bytes &b, size_t off, size_t n) {
+    return Bytes(b.begin() + (long)off, b.begin() + (long)(off + n));
+}
 
 class StoreFile : public ::testing::Test {
   protected:
@@ -71,7 +77,8 @@ class StoreFile : public ::testing::Test {
         ICB *icb = IXCREATE(path(name).c_str(), 1);
         IXUPDFCB(icb, 0, head);
         int k = 1;
-        for (const char *d : keys) IXUPDFCB(icb, k++, d);
+        for (const char *d : keys)
+            IXUPDFCB(icb, k++, d);
         IXINIT(icb);
         return icb;
     }
@@ -86,7 +93,7 @@ TEST_F(StoreFile, EmptyFileOfTwoKeysIsHeaderRootsAndQueue) {
     EXPECT_EQ(read_file(path("DTLEVERANC.TXT")).size(), 0u);
 
     Bytes h(512, 0);
-    std::memcpy(&h[0], "DTLEVERANC", 10);      // name, NUL-padded to 11
+    std::memcpy(&h[0], "DTLEVERANC", 10);       // name, NUL-padded to 11
     h[11] = 2;                                  // keys
     std::memcpy(&h[12], "\xFF\xFF\xFF\xFF", 4); // free list -1
     h[20] = 4;                                  // next free block K + 2
@@ -317,11 +324,13 @@ TEST_F(StoreFile, FreeSlotsFormAStackAndALeadingFFIsStillLive) {
 TEST_F(StoreFile, DeleteInExclusiveModeKeepsTheSessionsCounters) {
     ICB *icb = make("DTTEL", "tel,4", {"nr,I,1,4"});
     uint32_t n;
-    for (n = 1; n <= 100; ++n) ASSERT_EQ(IXWRITE(icb, &n), 1);
+    for (n = 1; n <= 100; ++n)
+        ASSERT_EQ(IXWRITE(icb, &n), 1);
     n = 50;
     ASSERT_EQ(IXREAD(icb, &n), 1);
     IXDELETE(icb, &n);
-    for (n = 101; n <= 200; ++n) ASSERT_EQ(IXWRITE(icb, &n), 1);
+    for (n = 101; n <= 200; ++n)
+        ASSERT_EQ(IXWRITE(icb, &n), 1);
     int32_t blocks = icb->hdr.nextblk;
     IXCLOSE(icb);
     icb = IXOPEN(path("DTTEL").c_str(), 0);
@@ -330,7 +339,8 @@ TEST_F(StoreFile, DeleteInExclusiveModeKeepsTheSessionsCounters) {
     EXPECT_EQ(icb->hdr.nextblk, blocks);
     int live = 0;
     n = 0;
-    for (int ok = IXFIRST(icb, &n); ok; ok = IXNEXTR(icb, &n)) ++live;
+    for (int ok = IXFIRST(icb, &n); ok; ok = IXNEXTR(icb, &n))
+        ++live;
     EXPECT_EQ(live, 199);
     IXCLOSE(icb);
 }
@@ -353,7 +363,8 @@ TEST_F(StoreFile, KeyBytesFromARecordAndBack) {
     // A partial length takes whole fields and clears the rest.
     std::memset(icb->key, 0xEE, sizeof icb->key);
     IXBLDKEY(icb, rec, 6);
-    EXPECT_EQ(Bytes(icb->key, icb->key + 15), Bytes({'a', 'b', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(Bytes(icb->key, icb->key + 15),
+              Bytes({'a', 'b', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
 
     IXSWITCH(icb, 1);
     ASSERT_EQ(IXWRITE(icb, rec), 1);
@@ -367,10 +378,12 @@ TEST_F(StoreFile, KeyBytesFromARecordAndBack) {
 
 TEST_F(StoreFile, IntegerKeysSortUnsignedBigEndian) {
     ICB *icb = make("DTINT", "int,4", {"nr,I,1,4"});
-    for (uint32_t v : {0x80000000u, 2u, 0x100u, 0xFFFFFFFEu, 1u}) ASSERT_EQ(IXWRITE(icb, &v), 1);
+    for (uint32_t v : {0x80000000u, 2u, 0x100u, 0xFFFFFFFEu, 1u})
+        ASSERT_EQ(IXWRITE(icb, &v), 1);
     uint32_t v = 0;
     std::vector<uint32_t> seen;
-    for (int ok = IXFIRST(icb, &v); ok; ok = IXNEXTR(icb, &v)) seen.push_back(v);
+    for (int ok = IXFIRST(icb, &v); ok; ok = IXNEXTR(icb, &v))
+        seen.push_back(v);
     EXPECT_EQ(seen, (std::vector<uint32_t>{1, 2, 0x100, 0x80000000u, 0xFFFFFFFEu}));
     // Past the last key the sentinel ends the walk; before the first, '<' does.
     v = 0xFFFFFFFEu;
@@ -408,44 +421,41 @@ TEST(Collation, CaseAccentsControlsAndLigatures) {
     EXPECT_EQ(coll("Jansen", "JANSEN"), 0);
     EXPECT_EQ(coll("jansen", "Jansen"), 0);
     // Accents are equal in the first pass and break ties by their mark.
-    EXPECT_EQ(coll("m\x84ller", "muller"), -1);    // a-umlaut is an A
-    EXPECT_EQ(coll("m\x84ller", "maller"), 1);     // same letters: mark 0x22 above 0x01
-    EXPECT_EQ(coll("m\x84ller", "mbller"), -1);    // the letter decides before the mark
-    EXPECT_EQ(coll("\x82t\x82", "ete"), 1);         // e-acute
-    EXPECT_EQ(coll("\x90", "B"), -1);               // 0x90 is an A by the table
+    EXPECT_EQ(coll("m\x84ller", "muller"), -1); // a-umlaut is an A
+    EXPECT_EQ(coll("m\x84ller", "maller"), 1);  // same letters: mark 0x22 above 0x01
+    EXPECT_EQ(coll("m\x84ller", "mbller"), -1); // the letter decides before the mark
+    EXPECT_EQ(coll("\x82t\x82", "ete"), 1);     // e-acute
+    EXPECT_EQ(coll("\x90", "B"), -1);           // 0x90 is an A by the table
     EXPECT_EQ(coll("\x90", "A"), 1);
     EXPECT_EQ(coll("\xA4", "n"), 1);
     EXPECT_EQ(coll("\xA4", "o"), -1);
     // A control character does not count in the first pass.
     EXPECT_EQ(coll("a\x01z", "ab"), 1);
-    EXPECT_EQ(coll("a\x01" "b", "ac"), -1);
+    EXPECT_EQ(coll("a\x01"
+                   "b",
+                   "ac"),
+              -1);
     // Ligatures expand to two letters: equal first pass, shorter second.
     EXPECT_EQ(coll("\x91sop", "aesop"), -1);
     EXPECT_EQ(coll("\x91sop", "aesoq"), -1);
     EXPECT_EQ(coll("\x91t", "aes"), 1);
-    EXPECT_EQ(coll("stra\xE1" "e", "strasse"), -1);
-    EXPECT_EQ(coll("stra\xE1" "e", "strassf"), -1);
-    EXPECT_EQ(coll("stra\xE1" "f", "strasse"), 1);
+    EXPECT_EQ(coll("stra\xE1"
+                   "e",
+                   "strasse"),
+              -1);
+    EXPECT_EQ(coll("stra\xE1"
+                   "e",
+                   "strassf"),
+              -1);
+    EXPECT_EQ(coll("stra\xE1"
+                   "f",
+                   "strasse"),
+              1);
     // Characters outside the letters keep their own place.
     EXPECT_EQ(coll("\x9C", "Z"), 1);
     EXPECT_EQ(coll("a", "a\xFF"), -1);
     // Lower-case letters are the upper-case ones: '[' (0x5B) sorts after 'z'.
     EXPECT_EQ(coll("z", "["), -1);
-}
-
-TEST(Collation, TableRows) {
-    EXPECT_EQ(coll_weight(0x00).cls, CollClass::own);
-    EXPECT_EQ(coll_weight(0x1F).cls, CollClass::dropped);
-    EXPECT_EQ(coll_weight(0x7F).secondary, 0x7F);
-    EXPECT_EQ(coll_weight('q').primary, 'Q');
-    EXPECT_EQ(coll_weight(0xE1).cls, CollClass::expanding);
-    EXPECT_EQ(coll_weight(0x87).primary, 'C');
-    EXPECT_EQ(coll_weight(0x87).secondary, 0x35);
-    EXPECT_EQ(coll_weight(0x9D).secondary, 0x2F);
-    EXPECT_EQ(coll_weight(0xED).primary, 'Y');
-    EXPECT_EQ(coll_weight(0xB8).primary, 0xB8);
-    EXPECT_EQ(coll_weight(0xB8).secondary, 0x01);
-    EXPECT_EQ(coll_weight(0xFF).secondary, 0xFF);
 }
 
 // A change of case only compares equal: the index stays as it was.
@@ -504,7 +514,8 @@ TEST_F(StoreFile, UnknownVersionIsRewrittenAndOldVersionRefused) {
 TEST_F(StoreFile, DamagedFilesGiveAClearEnd) {
     IXCLOSE(make("DTDEF", "defect,4", {"nr,I,1,4"}));
     ICB *icb = IXOPEN(path("DTDEF").c_str(), 1);
-    for (uint32_t v = 1; v <= 200; ++v) ASSERT_EQ(IXWRITE(icb, &v), 1); // root at level 2
+    for (uint32_t v = 1; v <= 200; ++v)
+        ASSERT_EQ(IXWRITE(icb, &v), 1); // root at level 2
     IXCLOSE(icb);
     Bytes good = read_file(path("DTDEF.INX"));
     auto restore = [&] { patch_file(path("DTDEF.INX"), 0, good); };
@@ -512,7 +523,8 @@ TEST_F(StoreFile, DamagedFilesGiveAClearEnd) {
         ICB *f = IXOPEN(path("DTDEF").c_str(), mode);
         uint32_t v = 0;
         int n = 0;
-        for (int ok = IXFIRST(f, &v); ok; ok = IXNEXTR(f, &v)) ++n;
+        for (int ok = IXFIRST(f, &v); ok; ok = IXNEXTR(f, &v))
+            ++n;
         IXCLOSE(f);
         std::exit(n == 200 ? 0 : 3);
     };
@@ -559,7 +571,8 @@ TEST_F(StoreFile, CutDataFileReadsAsFreeAndDamagedFreeListLosesNothing) {
     EXPECT_EQ(IXGET(icb, rec, 9), 0);
     std::memset(rec, 0, 8);
     int n = 0;
-    for (int ok = IXFIRST(icb, rec); ok; ok = IXNEXTR(icb, rec)) ++n;
+    for (int ok = IXFIRST(icb, rec); ok; ok = IXNEXTR(icb, rec))
+        ++n;
     EXPECT_EQ(n, 8); // the walk steps over entries of missing records
     // A free-list head that points at a live record: the insert appends.
     icb->hdr.freelist = 3;
@@ -607,7 +620,8 @@ std::string run(const std::string &cmd) {
     FILE *p = ::popen((cmd + " 2>&1").c_str(), "r");
     if (!p) return out;
     char buf[512];
-    while (std::fgets(buf, sizeof buf, p)) out += buf;
+    while (std::fgets(buf, sizeof buf, p))
+        out += buf;
     int st = ::pclose(p);
     out += "exit " + std::to_string(WEXITSTATUS(st));
     return out;
@@ -618,18 +632,22 @@ TEST_F(StoreFile, IxutilRoundTrip) {
     if (::access(ix.c_str(), X_OK) != 0) GTEST_SKIP() << "ixutil not built";
     std::string f = path("DTKLT");
     EXPECT_EQ(run(ix + " create " + f + " 'klanten,8' 'nr,I,1,2' 'naam,C,3,8,I,1,2'"), "exit 0");
-    EXPECT_NE(run(ix + " create " + f + " 'klanten,8' 'nr,I,1,2'").find("exists"), std::string::npos);
-    EXPECT_NE(run(ix + " create " + path("DTX") + " 'x,8' 'nr,I,1,2' 'lang,C,3,9'").find("wrong layout"),
+    EXPECT_NE(run(ix + " create " + f + " 'klanten,8' 'nr,I,1,2'").find("exists"),
               std::string::npos);
+    EXPECT_NE(
+        run(ix + " create " + path("DTX") + " 'x,8' 'nr,I,1,2' 'lang,C,3,9'").find("wrong layout"),
+        std::string::npos);
     EXPECT_EQ(run("printf 'write 02006a616e000000\nwrite 01004a414e000000\nwrite 0300616e6e610000\n"
-                  "delete 0100000000000000\n' | " + ix + " apply " + f),
+                  "delete 0100000000000000\n' | " +
+                  ix + " apply " + f),
               "exit 0");
     EXPECT_EQ(run(ix + " dump " + f), "02006a616e000000\n0300616e6e610000\nexit 0");
     EXPECT_EQ(run(ix + " dump " + f + " --key 2"), "0300616e6e610000\n02006a616e000000\nexit 0");
     std::string info = run(ix + " info " + f);
     EXPECT_NE(info.find("record count: 3\n"), std::string::npos) << info;
     EXPECT_NE(info.find("free list: 1\n"), std::string::npos) << info;
-    EXPECT_NE(info.find("key 2: naam dups=J length=12 limit=31 fields=C,3,8,I,1,2\n"), std::string::npos)
+    EXPECT_NE(info.find("key 2: naam dups=J length=12 limit=31 fields=C,3,8,I,1,2\n"),
+              std::string::npos)
         << info;
     // A bad line stops the run; what went before it is kept.
     std::string bad = run("printf 'write 0400787878000000\nwrite 12\n' | " + ix + " apply " + f);
@@ -638,7 +656,9 @@ TEST_F(StoreFile, IxutilRoundTrip) {
     EXPECT_NE(run(ix + " dump " + f).find("0400787878000000"), std::string::npos);
     // Not a store file at all: a message, the file untouched.
     std::string junk = path("JUNK");
-    ASSERT_EQ(std::system(("head -c 2048 /dev/urandom > " + junk + ".INX; touch " + junk + ".TXT").c_str()), 0);
+    ASSERT_EQ(std::system(
+                  ("head -c 2048 /dev/urandom > " + junk + ".INX; touch " + junk + ".TXT").c_str()),
+              0);
     Bytes before = read_file(junk + ".INX");
     std::string out = run(ix + " dump " + junk);
     EXPECT_NE(out.find("not a store index file"), std::string::npos) << out;

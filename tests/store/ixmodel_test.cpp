@@ -62,7 +62,8 @@ int slow_text_compare(const uint8_t *a, const uint8_t *b, int w) {
         out.assign((size_t)(2 * w + 1), 0);
         int n = 0;
         for (int i = 0; i < w; ++i)
-            if (coll_weight(s[i]).cls != CollClass::expanding) out[(size_t)n++] = coll_weight(s[i]).secondary;
+            if (coll_weight(s[i]).cls != CollClass::expanding)
+                out[(size_t)n++] = coll_weight(s[i]).secondary;
     };
     std::vector<uint8_t> x, y;
     int lx = pass1(a, x), ly = pass1(b, y);
@@ -80,9 +81,11 @@ Rec key_field(const Rec &r, const Field &f) {
     Rec out((size_t)f.width(), 0);
     const uint8_t *s = r.data() + f.first - 1;
     if (f.type == 'C') {
-        for (int i = 0; i < f.width() && s[i]; ++i) out[(size_t)i] = s[i];
+        for (int i = 0; i < f.width() && s[i]; ++i)
+            out[(size_t)i] = s[i];
     } else if (f.width() == 1 || f.width() == 2 || f.width() == 4) {
-        for (int i = 0; i < f.width(); ++i) out[(size_t)i] = s[f.width() - 1 - i];
+        for (int i = 0; i < f.width(); ++i)
+            out[(size_t)i] = s[f.width() - 1 - i];
     }
     return out;
 }
@@ -102,7 +105,7 @@ int compare_fields(const Key &k, const Rec &a, const Rec &b, int nfields) {
 
 struct Model {
     const Layout *lay = nullptr;
-    std::map<int32_t, Rec> live;    // slot -> record
+    std::map<int32_t, Rec> live;     // slot -> record
     std::vector<int32_t> free_stack; // top at the back
     int32_t count = 0;
 
@@ -111,7 +114,8 @@ struct Model {
     // store puts the newer first; the model avoids such pairs).
     std::vector<int32_t> order(int k) const {
         std::vector<int32_t> v;
-        for (auto &[slot, r] : live) v.push_back(slot);
+        for (auto &[slot, r] : live)
+            v.push_back(slot);
         const Key &key = lay->keys[(size_t)k];
         std::stable_sort(v.begin(), v.end(), [&](int32_t a, int32_t b) {
             int c = compare_fields(key, live.at(a), live.at(b), (int)key.fields.size());
@@ -150,17 +154,43 @@ std::string desc(const Key &k, int nr) {
     std::string s = "k" + std::to_string(nr);
     if (!k.dups) s += ",NODUPS";
     for (const Field &f : k.fields)
-        s += "," + std::string(1, f.type) + "," + std::to_string(f.first) + "," + std::to_string(f.last);
+        s += "," + std::string(1, f.type) + "," + std::to_string(f.first) + "," +
+             std::to_string(f.last);
     return s;
 }
 
 // ---- random records
 
 const char *const k_names[] = {
-    "jan",  "Jan",      "JAN",        "j\x84n",     "J\x8En",  "piet",   "Piet",
-    "\x82mile", "Emile", "emile",     "\x91sop",    "aesop",   "AESOP",  "stra\xE1" "e",
-    "strasse",  "\x01jan", "zo\x89",  "Zoe",        "\xA4o",   "no",     "\x90le",
-    "ale",      "ALE",     "\x9B",    "o",          "",        "x\x7Fy", "xy",
+    "jan",
+    "Jan",
+    "JAN",
+    "j\x84n",
+    "J\x8En",
+    "piet",
+    "Piet",
+    "\x82mile",
+    "Emile",
+    "emile",
+    "\x91sop",
+    "aesop",
+    "AESOP",
+    "stra\xE1"
+    "e",
+    "strasse",
+    "\x01jan",
+    "zo\x89",
+    "Zoe",
+    "\xA4o",
+    "no",
+    "\x90le",
+    "ale",
+    "ALE",
+    "\x9B",
+    "o",
+    "",
+    "x\x7Fy",
+    "xy",
 };
 
 struct Gen {
@@ -180,18 +210,22 @@ struct Gen {
     void put_int(Rec &r, const Field &f, int range) {
         uint32_t v = (uint32_t)pick(range);
         if (pick(8) == 0) v |= 0x80000000u >> (8 * (4 - f.width())); // high bit set
-        for (int i = 0; i < f.width(); ++i) r[(size_t)(f.first - 1 + i)] = (uint8_t)(v >> (8 * i));
+        for (int i = 0; i < f.width(); ++i)
+            r[(size_t)(f.first - 1 + i)] = (uint8_t)(v >> (8 * i));
     }
     // A record; key 1 from a small domain so that writes often update.
     Rec make(int key1_range) {
         Rec r((size_t)lay->reclen);
-        for (auto &b : r) b = (uint8_t)pick(256);
+        for (auto &b : r)
+            b = (uint8_t)pick(256);
         r[0] = (uint8_t)pick(0xFF); // not free-looking by chance
         for (size_t k = 0; k < lay->keys.size(); ++k)
             for (const Field &f : lay->keys[k].fields) {
                 if (k > 0 && in_key1(f)) continue;
-                if (f.type == 'C') put_text(r, f, k == 0);
-                else put_int(r, f, k == 0 ? key1_range : 7);
+                if (f.type == 'C')
+                    put_text(r, f, k == 0);
+                else
+                    put_int(r, f, k == 0 ? key1_range : 7);
             }
         return r;
     }
@@ -205,8 +239,10 @@ struct Gen {
         for (size_t k = 1; k < lay->keys.size(); ++k)
             for (const Field &f : lay->keys[k].fields) {
                 if (in_key1(f)) continue;
-                if (f.type == 'C') put_text(r, f);
-                else put_int(r, f, 7);
+                if (f.type == 'C')
+                    put_text(r, f);
+                else
+                    put_int(r, f, 7);
             }
     }
 };
@@ -246,7 +282,8 @@ class StoreModel : public ::testing::Test {
 std::string hex(const Rec &r) {
     std::string s;
     char b[3];
-    for (uint8_t c : r) std::snprintf(b, sizeof b, "%02x", c), s += b;
+    for (uint8_t c : r)
+        std::snprintf(b, sizeof b, "%02x", c), s += b;
     return s;
 }
 
@@ -301,7 +338,8 @@ void StoreModel::check(ICB *icb, const Model &m, Gen &g, int step) {
         const Key &key = lay.keys[(size_t)k - 1];
         std::vector<int32_t> firsts; // first slot of each distinct value
         for (int32_t s : want)
-            if (firsts.empty() || compare_fields(key, m.live.at(firsts.back()), m.live.at(s), 1) != 0)
+            if (firsts.empty() ||
+                compare_fields(key, m.live.at(firsts.back()), m.live.at(s), 1) != 0)
                 firsts.push_back(s);
         std::fill(rec.begin(), rec.end(), 0);
         got.clear();
@@ -331,7 +369,8 @@ void StoreModel::check(ICB *icb, const Model &m, Gen &g, int step) {
             std::vector<int32_t> sub;
             for (int32_t s : want)
                 if (compare_fields(key, m.live.at(s), base, 1) == 0 &&
-                    (sub.empty() || compare_fields(key, m.live.at(sub.back()), m.live.at(s), 2) != 0))
+                    (sub.empty() ||
+                     compare_fields(key, m.live.at(sub.back()), m.live.at(s), 2) != 0))
                     sub.push_back(s);
             // IXUNIQK on the last field of a duplicates key counts entries.
             size_t entries = 0;
@@ -441,26 +480,32 @@ void StoreModel::run(const Layout &lay, int steps, int cache_blocks) {
 
 // Integer key 1; a text key with accents and mixed case over a number; a
 // duplicates key of text and a 2-byte integer.
-const Layout k_customers = {"customers", 24,
+const Layout k_customers = {"customers",
+                            24,
                             {{false, {{'I', 1, 4}}},
                              {true, {{'C', 5, 14}, {'I', 1, 4}}},
                              {true, {{'C', 15, 20}, {'I', 21, 22}}}}};
 
 // Text key 1 (updates by collation), a key of many duplicates, a mixed key.
-const Layout k_codes = {"codes", 16,
-                        {{false, {{'C', 1, 8}}},
-                         {true, {{'I', 9, 10}}},
-                         {true, {{'I', 11, 11}, {'C', 12, 16}}}}};
+const Layout k_codes = {
+    "codes",
+    16,
+    {{false, {{'C', 1, 8}}}, {true, {{'I', 9, 10}}}, {true, {{'I', 11, 11}, {'C', 12, 16}}}}};
 
 // Long text key: ten entries to a block, so trees grow several levels high.
-const Layout k_long = {"long", 48,
-                       {{false, {{'I', 1, 4}}}, {true, {{'C', 5, 44}, {'I', 45, 46}}}}};
+const Layout k_long = {"long", 48, {{false, {{'I', 1, 4}}}, {true, {{'C', 5, 44}, {'I', 45, 46}}}}};
 
 } // namespace
 
-TEST_F(StoreModel, CustomersWithBlockCache) { run(k_customers, 2400, 16384); }
-TEST_F(StoreModel, CustomersWithoutCacheThroughTheDisk) { run(k_customers, 1200, 0); }
-TEST_F(StoreModel, TextKeyOneAndManyDuplicates) { run(k_codes, 2400, 16384); }
+TEST_F(StoreModel, CustomersWithBlockCache) {
+    run(k_customers, 2400, 16384);
+}
+TEST_F(StoreModel, CustomersWithoutCacheThroughTheDisk) {
+    run(k_customers, 1200, 0);
+}
+TEST_F(StoreModel, TextKeyOneAndManyDuplicates) {
+    run(k_codes, 2400, 16384);
+}
 TEST_F(StoreModel, DeepTreesWithASmallEvictingCache) {
     set_exclusive_data_pages(2); // slots of 48 bytes straddle the 4096-byte pages
     run(k_long, 3000, 6);

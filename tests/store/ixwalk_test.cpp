@@ -57,7 +57,8 @@ TEST_F(StoreWalk, BulkLoadThroughTheBlockCache) {
     ASSERT_EQ(IXBULK(icb, 'O'), 1);
     EXPECT_EQ(icb->cached, 1);
     std::vector<uint32_t> nrs(1500);
-    for (uint32_t i = 0; i < nrs.size(); ++i) nrs[i] = i;
+    for (uint32_t i = 0; i < nrs.size(); ++i)
+        nrs[i] = i;
     std::shuffle(nrs.begin(), nrs.end(), std::mt19937(7));
     for (uint32_t nr : nrs) {
         std::snprintf(l.naam, sizeof l.naam, "Klant %05u", 1499 - nr);

@@ -89,11 +89,14 @@ bool probe(const char *name, IxHeader *out) {
     return true;
 }
 
-std::string field(const char *s, int n) { return std::string(s, strnlen(s, (size_t)n)); }
+std::string field(const char *s, int n) {
+    return std::string(s, strnlen(s, (size_t)n));
+}
 
 bool from_hex(const char *s, std::vector<uint8_t> &rec) {
     size_t len = std::strlen(s);
-    while (len && (s[len - 1] == ' ' || s[len - 1] == '\r')) --len;
+    while (len && (s[len - 1] == ' ' || s[len - 1] == '\r'))
+        --len;
     if (len != rec.size() * 2) return false;
     for (size_t i = 0; i < rec.size(); ++i) {
         int v = 0;
@@ -153,7 +156,8 @@ int cmd_create(int argc, char **argv) {
     }
     ICB *icb = IXCREATE(name, 1);
     IXUPDFCB(icb, 0, argv[3]);
-    for (int i = 4; i < argc; ++i) IXUPDFCB(icb, i - 3, argv[i]);
+    for (int i = 4; i < argc; ++i)
+        IXUPDFCB(icb, i - 3, argv[i]);
     IXINIT(icb);
     IXCLOSE(icb);
     return 0;
@@ -179,8 +183,8 @@ int cmd_apply(int argc, char **argv) {
         char *arg = std::strchr(line, ' ');
         if (arg) *arg++ = 0;
         if (!arg || !from_hex(arg, rec)) {
-            std::fprintf(stderr, "ixutil: line %d: expected '%s HEX' with %d hex bytes\n", nr,
-                         line, icb->hdr.reclen);
+            std::fprintf(stderr, "ixutil: line %d: expected '%s HEX' with %d hex bytes\n", nr, line,
+                         icb->hdr.reclen);
             status = 1;
             break;
         }
@@ -220,7 +224,8 @@ int cmd_dump(int argc, char **argv) {
     ICB *icb = IXOPEN(argv[2], 0);
     IXSWITCH(icb, key);
     std::vector<uint8_t> rec((size_t)icb->hdr.reclen, 0);
-    for (int ok = IXFIRST(icb, rec.data()); ok; ok = IXNEXTR(icb, rec.data())) print_hex(rec);
+    for (int ok = IXFIRST(icb, rec.data()); ok; ok = IXNEXTR(icb, rec.data()))
+        print_hex(rec);
     IXCLOSE(icb);
     return 0;
 }
