@@ -231,12 +231,14 @@ uint8_t *data_page(ICB *icb, off_t off) {
 bool data_read(ICB *icb, off_t start, void *out, int len) {
     if (!icb->dcache) return os::pread_full(icb->dfd, out, (size_t)len, start) == len;
     if (start + len > icb->dsize) return false;
-    // A slot on pages that aren't held is read straight from the disk: reads
-    // by key jump about the file, and a whole page would mostly be wasted.
+    // Once the cache is full, a slot on pages that aren't held is read
+    // straight from the disk: reads by key jump about the file, and a page
+    // loaded for one slot would mostly push out another that was of use.
     {
         const int pg = icb->dcache->page();
         BlockCache &c = *icb->dcache;
-        if (!c.find((int32_t)(start / pg)) && !c.find((int32_t)((start + len - 1) / pg)))
+        if (c.full() && !c.find((int32_t)(start / pg)) &&
+            !c.find((int32_t)((start + len - 1) / pg)))
             return os::pread_full(icb->dfd, out, (size_t)len, start) == len;
     }
     uint8_t *o = (uint8_t *)out;

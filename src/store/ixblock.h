@@ -27,6 +27,7 @@ class BlockCache {
     explicit BlockCache(int capacity, int page = 512) : cap_(capacity), page_(page) {}
 
     int page() const { return page_; }
+    bool full() const { return (int)block_.size() >= cap_; }
     // Pages are written back only up to this byte offset; -1 for no limit.
     void set_limit(int64_t limit) { limit_ = limit; }
     // How far the file on disk reaches: set at open, raised by write-backs.
