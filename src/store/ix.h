@@ -18,7 +18,7 @@
 #include <cstdint>
 
 namespace nv::store {
-class BlockCache; // see ixblock.h
+struct SharedCache; // see ixblock.h
 
 // A key descriptor in the form the key code works with; made from the header
 // at open and whenever IXUPDFCB changes a descriptor.
@@ -59,9 +59,10 @@ struct ICB {
 
     // Beyond this point: in memory only.
     nv::store::KeyPlan plan[nv::store::k_max_keys]; // per key, from the descriptors
-    nv::store::BlockCache *xcache;                  // index block cache of an exclusive file
-    nv::store::BlockCache *dcache;                  // data page cache of an exclusive file
-    int64_t dsize;                                  // length of the data file with the cache
+    nv::store::SharedCache *xcache;                 // index blocks cached for an exclusive open
+    nv::store::SharedCache *dcache;                 // data pages cached for an exclusive open
+    dev_t idev, ddev;                               // identity of the index and the data file
+    ino_t iino, dino;
     int32_t img_blk; // block whose disk bytes the image holds, -1 none
     char ipath[256]; // NAME.INX as opened
     char dpath[256]; // NAME.TXT as opened

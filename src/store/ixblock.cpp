@@ -173,47 +173,50 @@ void io_fatal(ICB *icb, const char *path, int err) {
 
 // ---- block transfer
 
-void xcache_open(ICB *icb) {
-    if (icb->mode != 1) return;
-    if (g_xcache_blocks > 0 && !icb->xcache) icb->xcache = new BlockCache(g_xcache_blocks);
-    if (g_dcache_pages > 0 && !icb->dcache) {
-        icb->dcache = new BlockCache(g_dcache_pages, k_data_page);
-        struct stat st;
-        icb->dsize = ::fstat(icb->dfd, &st) == 0 ? (int64_t)st.st_size : 0;
-        icb->dcache->set_limit(icb->dsize);
-        icb->dcache->set_disk_end(icb->dsize);
-    }
-}
-
-void xcache_flush(ICB *icb) {
-    if (icb->xcache && !icb->xcache->flush(icb->ifd)) io_fatal(icb, icb->ipath, errno);
-    if (icb->dcache && !icb->dcache->flush(icb->dfd)) io_fatal(icb, icb->dpath, errno);
-}
-
-void xcache_clear(ICB *icb) {
-    if (icb->xcache) icb->xcache->clear();
-}
-
-void dcache_clear(ICB *icb) {
-    if (icb->dcache) {
-        icb->dcache->clear();
-        icb->dsize = 0;
-        icb->dcache->set_limit(0);
-        icb->dcache->set_disk_end(0);
-    }
-}
-
-void xcache_drop(ICB *icb) {
-    delete icb->xcache;
-    icb->xcache = nullptr;
-    delete icb->dcache;
-    icb->dcache = nullptr;
-}
-
 namespace {
+
+std::vector<SharedCache *> g_shared; // the caches of this process, by file
+
+SharedCache *find_shared(dev_t dev, ino_t ino) {
+    for (SharedCache *c : g_shared)
+        if (c->dev == dev && c->ino == ino) return c;
+    return nullptr;
+}
+
+SharedCache *attach(dev_t dev, ino_t ino, int capacity, int page, int64_t size) {
+    SharedCache *c = find_shared(dev, ino);
+    if (!c) {
+        c = new SharedCache(dev, ino, capacity, page);
+        c->size = size;
+        c->pages.set_limit(page == k_block ? -1 : size);
+        c->pages.set_disk_end(size);
+        g_shared.push_back(c);
+    }
+    ++c->owners;
+    return c;
+}
+
+void detach(SharedCache *&c) {
+    if (!c) return;
+    if (--c->owners == 0) {
+        g_shared.erase(std::find(g_shared.begin(), g_shared.end(), c));
+        delete c;
+    }
+    c = nullptr;
+}
+
+SharedCache *index_cache(const ICB *icb) {
+    if (icb->xcache || g_shared.empty()) return icb->xcache;
+    return find_shared(icb->idev, icb->iino);
+}
+
+SharedCache *data_cache(const ICB *icb) {
+    if (icb->dcache || g_shared.empty()) return icb->dcache;
+    return find_shared(icb->ddev, icb->dino);
+}
+
 // The page of the data cache that holds byte offset off, loaded when needed.
-uint8_t *data_page(ICB *icb, off_t off) {
-    BlockCache &c = *icb->dcache;
+uint8_t *data_page(ICB *icb, BlockCache &c, off_t off) {
     int32_t pg = (int32_t)(off / c.page());
     if (uint8_t *m = c.find(pg)) return m;
     bool ok = true;
@@ -226,43 +229,80 @@ uint8_t *data_page(ICB *icb, off_t off) {
     std::memset(m + n, 0, (size_t)(c.page() - n)); // beyond the end of the file
     return m;
 }
+
 } // namespace
 
+void xcache_open(ICB *icb) {
+    if (icb->mode != 1) return;
+    if (g_xcache_blocks > 0 && !icb->xcache)
+        icb->xcache = attach(icb->idev, icb->iino, g_xcache_blocks, k_block, 0);
+    if (g_dcache_pages > 0 && !icb->dcache) {
+        struct stat st;
+        int64_t size = ::fstat(icb->dfd, &st) == 0 ? (int64_t)st.st_size : 0;
+        icb->dcache = attach(icb->ddev, icb->dino, g_dcache_pages, k_data_page, size);
+    }
+}
+
+void xcache_flush(ICB *icb) {
+    if (SharedCache *c = index_cache(icb))
+        if (!c->pages.flush(icb->ifd)) io_fatal(icb, icb->ipath, errno);
+    if (SharedCache *c = data_cache(icb))
+        if (!c->pages.flush(icb->dfd)) io_fatal(icb, icb->dpath, errno);
+}
+
+void xcache_clear(ICB *icb) {
+    if (SharedCache *c = index_cache(icb)) c->pages.clear();
+}
+
+void dcache_clear(ICB *icb) {
+    if (SharedCache *c = data_cache(icb)) {
+        c->pages.clear();
+        c->size = 0;
+        c->pages.set_limit(0);
+        c->pages.set_disk_end(0);
+    }
+}
+
+void xcache_drop(ICB *icb) {
+    detach(icb->xcache);
+    detach(icb->dcache);
+}
+
 bool data_read(ICB *icb, off_t start, void *out, int len) {
-    if (!icb->dcache) return os::pread_full(icb->dfd, out, (size_t)len, start) == len;
-    if (start + len > icb->dsize) return false;
+    SharedCache *sc = data_cache(icb);
+    if (!sc) return os::pread_full(icb->dfd, out, (size_t)len, start) == len;
+    if (start + len > sc->size) return false;
+    BlockCache &c = sc->pages;
+    const int page = c.page();
     // Once the cache is full, a slot on pages that aren't held is read
     // straight from the disk: reads by key jump about the file, and a page
     // loaded for one slot would mostly push out another that was of use.
-    {
-        const int pg = icb->dcache->page();
-        BlockCache &c = *icb->dcache;
-        if (c.full() && !c.find((int32_t)(start / pg)) &&
-            !c.find((int32_t)((start + len - 1) / pg)))
-            return os::pread_full(icb->dfd, out, (size_t)len, start) == len;
-    }
+    if (c.full() && !c.find((int32_t)(start / page)) &&
+        !c.find((int32_t)((start + len - 1) / page)))
+        return os::pread_full(icb->dfd, out, (size_t)len, start) == len;
     uint8_t *o = (uint8_t *)out;
-    const int page = icb->dcache->page();
     while (len > 0) {
         int in = (int)(start % page), n = std::min(len, page - in);
-        std::memcpy(o, data_page(icb, start) + in, (size_t)n);
+        std::memcpy(o, data_page(icb, c, start) + in, (size_t)n);
         o += n, start += n, len -= n;
     }
     return true;
 }
 
 bool data_write(ICB *icb, off_t start, const void *in, int len) {
-    if (!icb->dcache) return os::pwrite_full(icb->dfd, in, (size_t)len, start) == len;
-    if (start + len > icb->dsize) {
-        icb->dsize = start + len;
-        icb->dcache->set_limit(icb->dsize);
+    SharedCache *sc = data_cache(icb);
+    if (!sc) return os::pwrite_full(icb->dfd, in, (size_t)len, start) == len;
+    BlockCache &c = sc->pages;
+    if (start + len > sc->size) {
+        sc->size = start + len;
+        c.set_limit(sc->size);
     }
     const uint8_t *s = (const uint8_t *)in;
-    const int page = icb->dcache->page();
+    const int page = c.page();
     while (len > 0) {
         int at = (int)(start % page), n = std::min(len, page - at);
-        std::memcpy(data_page(icb, start) + at, s, (size_t)n);
-        icb->dcache->mark_dirty((int32_t)(start / page));
+        std::memcpy(data_page(icb, c, start) + at, s, (size_t)n);
+        c.mark_dirty((int32_t)(start / page));
         s += n, start += n, len -= n;
     }
     return true;
@@ -274,16 +314,16 @@ bool block_read(ICB *icb, int32_t block, void *out) {
         if (out != &icb->blk) std::memcpy(out, &icb->blk, 512);
         return true;
     }
-    if (icb->xcache && icb->xcache->get(block, out)) return true;
+    SharedCache *c = index_cache(icb);
+    if (c && c->pages.get(block, out)) return true;
     if (os::pread_full(icb->ifd, out, 512, (off_t)block * 512) != 512) return false;
-    if (icb->xcache && !icb->xcache->put(icb->ifd, block, out, false))
-        io_fatal(icb, icb->ipath, errno);
+    if (c && !c->pages.put(icb->ifd, block, out, false)) io_fatal(icb, icb->ipath, errno);
     return true;
 }
 
 void block_write(ICB *icb, int32_t block, const void *in) {
-    if (icb->xcache) {
-        if (!icb->xcache->put(icb->ifd, block, in, true)) io_fatal(icb, icb->ipath, errno);
+    if (SharedCache *c = index_cache(icb)) {
+        if (!c->pages.put(icb->ifd, block, in, true)) io_fatal(icb, icb->ipath, errno);
         return;
     }
     if (os::pwrite_full(icb->ifd, in, 512, (off_t)block * 512) != 512)

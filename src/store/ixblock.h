@@ -12,12 +12,19 @@
 // to the logical end of the data file, so the file never grows beyond its
 // last slot.
 //
+// A process has one view of each file: the caches are kept per file (device
+// and inode) and every ICB of the process on that file reads and writes
+// through them, also one opened read-only or shared beside the exclusive
+// one. Other processes see the index and data on disk, as they see the
+// header of an exclusive file: as of its last write-back.
+//
 // Frames are handed out up to a capacity and then reused by a clock sweep.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <sys/types.h>
 #include <vector>
 
 namespace nv::store {
@@ -70,6 +77,18 @@ class BlockCache {
     std::vector<uint8_t> dirty_;
     std::vector<uint8_t> ref_;
     std::vector<int32_t> where_; // frame + 1 per block number, 0 = not held
+};
+
+// The cache of one file of this process, shared by its ICBs. Created and
+// owned by the exclusive opens, found by the others.
+struct SharedCache {
+    dev_t dev;
+    ino_t ino;
+    int owners;
+    int64_t size; // data file: its length as the cache knows it
+    BlockCache pages;
+    SharedCache(dev_t d, ino_t i, int capacity, int page)
+        : dev(d), ino(i), owners(0), size(0), pages(capacity, page) {}
 };
 
 } // namespace nv::store

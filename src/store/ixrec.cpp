@@ -71,6 +71,13 @@ ICB *new_icb() {
     return icb;
 }
 
+// Device and inode of both files: the key of this process's caches.
+void note_identity(ICB *icb) {
+    struct stat st;
+    if (::fstat(icb->ifd, &st) == 0) icb->idev = st.st_dev, icb->iino = st.st_ino;
+    if (::fstat(icb->dfd, &st) == 0) icb->ddev = st.st_dev, icb->dino = st.st_ino;
+}
+
 // The name field of a header as a C string.
 void header_name(const IxHeader &h, char out[12]) {
     std::memcpy(out, h.name, 11);
@@ -121,6 +128,7 @@ ICB *IXOPEN(const char *name, int mode) {
     icb->dfd = dfd;
     icb->mode = mode;
     icb->temporary = paths.temporary;
+    note_identity(icb);
     std::snprintf(icb->fname, sizeof icb->fname, "%s", name);
     std::memcpy(icb->ipath, paths.index, sizeof icb->ipath);
     std::memcpy(icb->dpath, paths.data, sizeof icb->dpath);
@@ -202,6 +210,7 @@ ICB *IXCREATE(const char *name, int mode) {
     icb->dfd = dfd;
     icb->mode = mode;
     icb->temporary = paths.temporary;
+    note_identity(icb);
     std::snprintf(icb->fname, sizeof icb->fname, "%s", name);
     std::memcpy(icb->ipath, paths.index, sizeof icb->ipath);
     std::memcpy(icb->dpath, paths.data, sizeof icb->dpath);

@@ -128,6 +128,39 @@ TEST_F(StoreWalk, SkipFromAVanishedRecordAndRewriteInPlace) {
     IXCLOSE(icb);
 }
 
+// A process has one view of a file: a second open beside the exclusive one
+// (a lookup "for the moment") finds what the first wrote before its close,
+// whether it was opened before or after it.
+TEST_F(StoreWalk, SecondOpenInTheProcessSeesTheExclusiveWrites) {
+    std::string name = path("DTSTAM");
+    ICB *w = IXCREATE(name.c_str(), 1);
+    IXUPDFCB(w, 0, "stam,8");
+    IXUPDFCB(w, 1, "nr,I,1,4");
+    IXINIT(w);
+    IXCLOSE(w);
+    ICB *early = IXOPEN(name.c_str(), 0);
+    w = IXOPEN(name.c_str(), 1);
+    uint32_t rec[2];
+    for (uint32_t i = 1; i <= 500; ++i) {
+        rec[0] = i, rec[1] = i * 3;
+        ASSERT_EQ(IXWRITE(w, rec), 1);
+    }
+    ICB *late = IXOPEN(name.c_str(), 0);
+    for (ICB *r : {early, late}) {
+        rec[0] = 377, rec[1] = 0;
+        ASSERT_EQ(IXREAD(r, rec), 1);
+        EXPECT_EQ(rec[1], 377u * 3);
+    }
+    IXCLOSE(late);
+    IXCLOSE(early);
+    IXCLOSE(w);
+    ICB *r = IXOPEN(name.c_str(), 0);
+    rec[0] = 500;
+    EXPECT_EQ(IXREAD(r, rec), 1);
+    EXPECT_EQ(r->hdr.reccount, 500);
+    IXCLOSE(r);
+}
+
 // Two processes insert into one file in shared mode at the same time. Each
 // change runs under the header lock with the busy mark; afterwards every
 // record is there once, in order on both keys, and the mark is off.
