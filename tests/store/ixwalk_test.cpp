@@ -218,4 +218,61 @@ TEST_F(StoreWalk, TwoProcessesInsertInSharedMode) {
     IXCLOSE(icb);
 }
 
+// Two processes ask for the same absent key in shared mode: the first
+// reserves it in the lock queue, the second waits (in-use hook) until the
+// first has inserted the record, and then reads that record.
+int g_waiting_fd = -1;
+TEST_F(StoreWalk, ReservedKeyMakesTheSecondReaderWait) {
+    std::string name = path("DTRES");
+    ICB *icb = IXCREATE(name.c_str(), 1);
+    IXUPDFCB(icb, 0, "reserve,8");
+    IXUPDFCB(icb, 1, "nr,I,1,4");
+    IXINIT(icb);
+    IXCLOSE(icb);
+    ICB *a = IXOPEN(name.c_str(), 2);
+    uint32_t rec[2] = {42, 0};
+    ASSERT_EQ(IXREADL(a, rec), 0); // absent: now reserved
+    int pipefd[2];
+    ASSERT_EQ(::pipe(pipefd), 0);
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        ::close(pipefd[0]);
+        g_waiting_fd = pipefd[1];
+        set_inuse_hook([](ICB *) {
+            if (g_waiting_fd >= 0 && ::write(g_waiting_fd, "w", 1) == 1) {
+                ::close(g_waiting_fd);
+                g_waiting_fd = -1;
+            }
+            ::usleep(2000);
+        });
+        ICB *b = IXOPEN(name.c_str(), 2);
+        uint32_t r[2] = {42, 0};
+        int ok = IXREADL(b, r);
+        IXUNLOCK(b, r);
+        IXCLOSE(b);
+        _exit(ok == 1 && r[1] == 4242 ? 0 : 3);
+    }
+    ::close(pipefd[1]);
+    char c;
+    ASSERT_EQ(::read(pipefd[0], &c, 1), 1); // the child is waiting
+    ::close(pipefd[0]);
+    rec[1] = 4242;
+    ASSERT_EQ(IXWRITE(a, rec), 1);
+    int st = 0;
+    ASSERT_EQ(waitpid(child, &st, 0), child);
+    EXPECT_TRUE(WIFEXITED(st) && WEXITSTATUS(st) == 0);
+    IXCLOSE(a);
+    // The queue is empty again.
+    std::string inx = name + ".INX";
+    FILE *f = std::fopen(inx.c_str(), "rb");
+    ASSERT_TRUE(f);
+    uint8_t q[5] = {};
+    ASSERT_EQ(std::fseek(f, 2 * 512, SEEK_SET), 0);
+    ASSERT_EQ(std::fread(q, 1, 5, f), 5u);
+    std::fclose(f);
+    EXPECT_EQ(q[0], 1);
+    EXPECT_EQ(q[4], 0);
+}
+
 } // namespace
