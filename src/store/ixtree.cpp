@@ -178,7 +178,8 @@ void IXSPLIT(ICB *icb) {
 
 void IXDELKEY(ICB *icb) {
     check_icb(icb, "IXDELKEY");
-    for (;;) {
+    // Each round goes one level up; no tree is higher than the path.
+    for (int up = 0; up < k_max_levels; ++up) {
         IXRDIX(icb, icb->cur_block);
         const KeyPlan &p = cur_plan(icb);
         IXLOCKEY(icb, p.keylen);
@@ -205,7 +206,7 @@ void IXDELKEY(ICB *icb) {
 }
 
 void IXREPKEY(ICB *icb, const uint8_t *newkey) {
-    for (;;) {
+    for (int up = 0; up < k_max_levels; ++up) {
         IXRDIX(icb, icb->cur_block);
         const KeyPlan &p = cur_plan(icb);
         IXLOCKEY(icb, p.keylen);
