@@ -77,6 +77,20 @@ int store_flash(int option, const char *title, const char *text) {
     return FFLASH(option, 0, A_BOLD, title, "%s", text);
 }
 
+// An index block beyond the end of the file is retried while another
+// process is still extending it: the line stands on the last row meanwhile.
+bool store_eof(const char *line) {
+    if (!term_state || term_state->term_top < 0) {
+        sleep(1);
+        return true;
+    }
+    WINTEXTBASE(A_BOLD, term_state->term_lines, 1, "%-*.*s", term_state->term_cols - 1,
+                term_state->term_cols - 1, line);
+    SCRFLUSH(1);
+    WINTEXTBASE(A_BOLD, term_state->term_lines, 1, "%*s", term_state->term_cols - 1, "");
+    return true;
+}
+
 void read_fixed(long nr, void *buf) {
     long n = nr;
     if (!iosys('R', &n, buf, sysmap::FIXED)) std::memset(buf, 0, sysmap::FIXED.length);
@@ -201,6 +215,7 @@ void frame_start(const char *name, const char *date, int argc, char **argv) {
     if ((company.vlag1 & 4) && g_hooks.load_till_index) g_hooks.load_till_index();
     nv::store::set_inuse_hook(store_inuse);
     nv::store::set_flash_hook(store_flash);
+    nv::store::set_eof_hook(store_eof);
     if (g_hooks.after_start) g_hooks.after_start();
 }
 
