@@ -246,6 +246,9 @@ void SCRTERM(const char *suffix) {
     install_signals();
     typeahead(-1);
     set_escdelay(100);
+    // The suite's texts are code page 850: bytes 128 to 255 go to the
+    // terminal as they are, whatever the C locale thinks of them.
+    use_legacy_coding(2);
     put_cap("is2");
     put_cap("is3");
     t->term_base = t->term_wincount;

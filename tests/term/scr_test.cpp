@@ -31,6 +31,13 @@ TEST_F(Scr, TextPositionsAndClipping) {
     EXPECT_EQ(row_of(stdscr, 4).substr(76), "abcd");
 }
 
+TEST_F(Scr, CodePageBytesAreWrittenAsTheyAre) {
+    EXPECT_EQ(WINTEXT(ATTR_DATA, 3, 1, "Caf\x82 \x89"), 6); // e-acute, e-diaeresis in 850
+    chtype c = mvwinch(stdscr, 2, 3);
+    EXPECT_EQ(c & A_CHARTEXT, 0x82u);
+    EXPECT_EQ(mvwinch(stdscr, 2, 5) & A_CHARTEXT, 0x89u);
+}
+
 TEST_F(Scr, BorderedWindowUsesInnerCoordinates) {
     WINOPEN(5, 10, 6, 20, 1);
     WINBOX(" %s ", "Titel");
