@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -12,8 +13,8 @@ namespace {
 int real_open(const char *p, int f, mode_t m) { return ::open(p, f, m); }
 int real_fcntl(int fd, int cmd, struct flock *fl) { return ::fcntl(fd, cmd, fl); }
 
-const Calls k_real = {real_open, ::pread,     ::pwrite, real_fcntl, ::rename,
-                      ::unlink,  ::ftruncate, ::fsync,  ::close};
+const Calls k_real = {real_open, ::pread, ::pwrite, real_fcntl, ::rename, ::unlink,
+                      ::ftruncate, ::fsync, ::close, ::mmap, ::munmap};
 Calls g_calls = k_real;
 
 struct Entry {

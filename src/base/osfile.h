@@ -1,10 +1,11 @@
 // The seam under the system calls of the store and the system file, and the
 // process-wide table of open files.
 //
-// Seam: every open/pread/pwrite/fcntl/rename/unlink/ftruncate/fsync/close of
-// the lower layers goes through os::calls(), so that tests can inject EIO,
-// ENOSPC, short writes or a crash at a chosen point. Production code never
-// changes the table.
+// Seam: every open/pread/pwrite/fcntl/rename/unlink/ftruncate/fsync/close and
+// every mapping of a file (mmap/munmap) of the lower layers goes through
+// os::calls(), so that tests can inject EIO, ENOSPC, short writes, a refused
+// mapping or a crash at a chosen point. Production code never changes the
+// table.
 //
 // Open-file table: POSIX record locks belong to the process and to the file,
 // not to the descriptor, and closing *any* descriptor of a file drops every
@@ -30,6 +31,8 @@ struct Calls {
     int (*ftruncate)(int fd, off_t len);
     int (*fsync)(int fd);
     int (*close)(int fd);
+    void *(*mmap)(void *addr, size_t n, int prot, int flags, int fd, off_t off);
+    int (*munmap)(void *addr, size_t n);
 };
 
 Calls &calls();        // the live table; tests may replace entries

@@ -19,6 +19,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <sys/mman.h>
 #include <sys/stat.h>
 
 namespace nv::store {
@@ -156,6 +157,32 @@ void BlockCache::clear() {
     hand_ = 0;
 }
 
+// ---- SharedCache: the mapping
+
+void SharedCache::unmap() {
+    if (map) os::calls().munmap((void *)map, map_len);
+    map = nullptr;
+    map_len = 0;
+}
+
+// Maps twice what is needed (at least 1 MB), so that a growing file is
+// mapped anew only each time it has doubled.
+bool SharedCache::remap(int fd, int64_t need) {
+    if (map_refused) return false;
+    unmap();
+    constexpr int64_t k_step = 1 << 20;
+    int64_t want = std::max(need, pages.disk_end()) * 2;
+    size_t len = (size_t)((want + k_step - 1) / k_step * k_step);
+    void *m = os::calls().mmap(nullptr, len, PROT_READ, MAP_SHARED, fd, 0);
+    if (m == MAP_FAILED) {
+        map_refused = true;
+        return false;
+    }
+    map = (const uint8_t *)m;
+    map_len = len;
+    return true;
+}
+
 // ---- the failure reporters of the store
 
 void not_consistent(ICB *icb) {
@@ -216,7 +243,8 @@ SharedCache *data_cache(const ICB *icb) {
 }
 
 // The page of the data cache that holds byte offset off, loaded when needed.
-uint8_t *data_page(ICB *icb, BlockCache &c, off_t off) {
+uint8_t *data_page(ICB *icb, SharedCache &sc, off_t off) {
+    BlockCache &c = sc.pages;
     int32_t pg = (int32_t)(off / c.page());
     if (uint8_t *m = c.find(pg)) return m;
     bool ok = true;
@@ -224,7 +252,13 @@ uint8_t *data_page(ICB *icb, BlockCache &c, off_t off) {
     if (!ok) io_fatal(icb, icb->dpath, errno);
     off_t start = (off_t)pg * c.page();
     ssize_t n = 0;
-    if (start < c.disk_end()) n = os::pread_full(icb->dfd, m, (size_t)c.page(), start);
+    if (start < c.disk_end()) {
+        n = (ssize_t)std::min((int64_t)c.page(), c.disk_end() - start);
+        if (const uint8_t *src = sc.mapped(icb->dfd, start, (size_t)n))
+            std::memcpy(m, src, (size_t)n);
+        else
+            n = os::pread_full(icb->dfd, m, (size_t)c.page(), start);
+    }
     if (n < 0) io_fatal(icb, icb->dpath, errno);
     std::memset(m + n, 0, (size_t)(c.page() - n)); // beyond the end of the file
     return m;
@@ -234,13 +268,14 @@ uint8_t *data_page(ICB *icb, BlockCache &c, off_t off) {
 
 void xcache_open(ICB *icb) {
     if (icb->mode != 1) return;
-    if (g_xcache_blocks > 0 && !icb->xcache)
-        icb->xcache = attach(icb->idev, icb->iino, g_xcache_blocks, k_block, 0);
-    if (g_dcache_pages > 0 && !icb->dcache) {
+    auto size_of = [](int fd) {
         struct stat st;
-        int64_t size = ::fstat(icb->dfd, &st) == 0 ? (int64_t)st.st_size : 0;
-        icb->dcache = attach(icb->ddev, icb->dino, g_dcache_pages, k_data_page, size);
-    }
+        return ::fstat(fd, &st) == 0 ? (int64_t)st.st_size : 0;
+    };
+    if (g_xcache_blocks > 0 && !icb->xcache)
+        icb->xcache = attach(icb->idev, icb->iino, g_xcache_blocks, k_block, size_of(icb->ifd));
+    if (g_dcache_pages > 0 && !icb->dcache)
+        icb->dcache = attach(icb->ddev, icb->dino, g_dcache_pages, k_data_page, size_of(icb->dfd));
 }
 
 void xcache_flush(ICB *icb) {
@@ -250,13 +285,20 @@ void xcache_flush(ICB *icb) {
         if (!c->pages.flush(icb->dfd)) io_fatal(icb, icb->dpath, errno);
 }
 
+// The file may be cut after this: what is on disk is known again only as it
+// is written back.
 void xcache_clear(ICB *icb) {
-    if (SharedCache *c = index_cache(icb)) c->pages.clear();
+    if (SharedCache *c = index_cache(icb)) {
+        c->pages.clear();
+        c->pages.set_disk_end(0);
+        c->unmap();
+    }
 }
 
 void dcache_clear(ICB *icb) {
     if (SharedCache *c = data_cache(icb)) {
         c->pages.clear();
+        c->unmap();
         c->size = 0;
         c->pages.set_limit(0);
         c->pages.set_disk_end(0);
@@ -274,16 +316,24 @@ bool data_read(ICB *icb, off_t start, void *out, int len) {
     if (start + len > sc->size) return false;
     BlockCache &c = sc->pages;
     const int page = c.page();
-    // Once the cache is full, a slot on pages that aren't held is read
-    // straight from the disk: reads by key jump about the file, and a page
-    // loaded for one slot would mostly push out another that was of use.
-    if (c.full() && !c.find((int32_t)(start / page)) &&
-        !c.find((int32_t)((start + len - 1) / page)))
-        return os::pread_full(icb->dfd, out, (size_t)len, start) == len;
+    bool held = false;
+    for (int32_t pg = (int32_t)(start / page); pg <= (int32_t)((start + len - 1) / page); ++pg)
+        held = c.find(pg) || held;
+    if (!held) {
+        // Nothing of the slot is held, so the disk has it as it is.
+        if (const uint8_t *m = sc->mapped(icb->dfd, start, (size_t)len)) {
+            std::memcpy(out, m, (size_t)len);
+            return true;
+        }
+        // Once the cache is full, a slot on pages that aren't held is read
+        // straight from the disk: reads by key jump about the file, and a
+        // page loaded for one slot would mostly push out another of use.
+        if (c.full()) return os::pread_full(icb->dfd, out, (size_t)len, start) == len;
+    }
     uint8_t *o = (uint8_t *)out;
     while (len > 0) {
         int in = (int)(start % page), n = std::min(len, page - in);
-        std::memcpy(o, data_page(icb, c, start) + in, (size_t)n);
+        std::memcpy(o, data_page(icb, *sc, start) + in, (size_t)n);
         o += n, start += n, len -= n;
     }
     return true;
@@ -301,7 +351,7 @@ bool data_write(ICB *icb, off_t start, const void *in, int len) {
     const int page = c.page();
     while (len > 0) {
         int at = (int)(start % page), n = std::min(len, page - at);
-        std::memcpy(data_page(icb, c, start) + at, s, (size_t)n);
+        std::memcpy(data_page(icb, *sc, start) + at, s, (size_t)n);
         c.mark_dirty((int32_t)(start / page));
         s += n, start += n, len -= n;
     }
@@ -316,7 +366,10 @@ bool block_read(ICB *icb, int32_t block, void *out) {
     }
     SharedCache *c = index_cache(icb);
     if (c && c->pages.get(block, out)) return true;
-    if (os::pread_full(icb->ifd, out, 512, (off_t)block * 512) != 512) return false;
+    const uint8_t *m = c ? c->mapped(icb->ifd, (int64_t)block * 512, 512) : nullptr;
+    if (m)
+        std::memcpy(out, m, 512);
+    else if (os::pread_full(icb->ifd, out, 512, (off_t)block * 512) != 512) return false;
     if (c && !c->pages.put(icb->ifd, block, out, false)) io_fatal(icb, icb->ipath, errno);
     return true;
 }

@@ -1,8 +1,10 @@
 // Walks that the model run doesn't cover: the bulk load of a work index
 // through the 50-slot block cache, the list scroller on a record that went
-// away, rewriting a slot in place, and two processes changing one file in
-// shared mode.
+// away, rewriting a slot in place, reads of an exclusive file through its
+// mapping beside small caches, and two processes changing one file in shared
+// mode.
 #include "store/ix.h"
+#include "base/osfile.h"
 #include "store/ixhook.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +14,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <random>
+#include <map>
 #include <string>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -159,6 +163,92 @@ TEST_F(StoreWalk, SecondOpenInTheProcessSeesTheExclusiveWrites) {
     EXPECT_EQ(IXREAD(r, rec), 1);
     EXPECT_EQ(r->hdr.reccount, 500);
     IXCLOSE(r);
+}
+
+int g_maps = 0;
+bool g_refuse_maps = false;
+void *counted_mmap(void *a, size_t n, int prot, int flags, int fd, off_t off) {
+    ++g_maps;
+    if (g_refuse_maps) return MAP_FAILED;
+    return ::mmap(a, n, prot, flags, fd, off);
+}
+
+// An exclusive file reopened with tiny caches: blocks and slots the caches
+// don't hold come out of the mapping while changed ones are written back
+// underneath it, and the file grows past the first mapping. With the
+// mapping refused, the same run goes through reads. Either way every record
+// is found by both keys, in the session and after it.
+TEST_F(StoreWalk, ExclusiveFileReadsThroughItsMappingOrWithout) {
+    for (bool refuse : {false, true}) {
+        SCOPED_TRACE(refuse ? "mapping refused" : "mapping");
+        std::string name = path(refuse ? "DTMAPN" : "DTMAPJ");
+        set_exclusive_cache_blocks(16);
+        set_exclusive_data_pages(2);
+        nv::os::calls().mmap = counted_mmap;
+        g_maps = 0;
+        g_refuse_maps = refuse;
+        std::map<uint32_t, std::string> model; // number -> name
+        std::mt19937 rng(7);
+        auto put = [&](ICB *icb, uint32_t nr) {
+            Line l{};
+            std::snprintf(l.naam, sizeof l.naam, "N%06u-%05u", (unsigned)(rng() % 1000000),
+                          (unsigned)nr); // unique, so that the order is the name's
+            l.nr = nr;
+            model[nr] = l.naam;
+            ASSERT_EQ(IXWRITE(icb, &l), 1);
+        };
+        auto verify = [&](ICB *icb) {
+            IXSWITCH(icb, 1);
+            Line l{};
+            for (uint32_t nr = 1; nr <= 27000; nr += 13) {
+                l.nr = nr;
+                auto it = model.find(nr);
+                ASSERT_EQ(IXREAD(icb, &l), it != model.end() ? 1 : 0) << nr;
+                if (it != model.end()) {
+                    ASSERT_STREQ(l.naam, it->second.c_str()) << nr;
+                }
+            }
+            std::vector<std::pair<std::string, uint32_t>> want, got;
+            for (auto &[nr, n] : model)
+                want.emplace_back(n, nr);
+            std::sort(want.begin(), want.end());
+            IXSWITCH(icb, 2);
+            l = Line{};
+            for (int ok = IXFIRST(icb, &l); ok; ok = IXNEXTR(icb, &l))
+                got.emplace_back(l.naam, l.nr);
+            ASSERT_EQ(got, want);
+        };
+        ICB *icb = IXCREATE(name.c_str(), 1);
+        IXUPDFCB(icb, 0, "map,44");
+        IXUPDFCB(icb, 1, "nr,I,41,44");
+        IXUPDFCB(icb, 2, "naam,C,1,40");
+        IXINIT(icb);
+        for (uint32_t nr = 1; nr <= 2000; ++nr)
+            put(icb, nr);
+        IXCLOSE(icb);
+        icb = IXOPEN(name.c_str(), 1);
+        for (uint32_t nr = 1; nr <= 27000; ++nr) {
+            put(icb, nr % 3 ? nr : 2000 + nr); // updates in place and appends
+            if (nr % 1000 == 0) {
+                Line l{};
+                l.nr = nr / 2;
+                IXSWITCH(icb, 1);
+                if (IXREAD(icb, &l)) {
+                    IXDELETE(icb, &l);
+                    model.erase(l.nr);
+                }
+            }
+        }
+        verify(icb);
+        IXCLOSE(icb);
+        EXPECT_GE(g_maps, refuse ? 1 : 3) << "index, data, and data again once it has grown";
+        nv::os::reset_calls();
+        icb = IXOPEN(name.c_str(), 0);
+        verify(icb);
+        IXCLOSE(icb);
+    }
+    set_exclusive_cache_blocks(16384);
+    set_exclusive_data_pages(1024);
 }
 
 // Two processes insert into one file in shared mode at the same time. Each
