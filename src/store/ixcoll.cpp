@@ -129,7 +129,13 @@ const CollWeight &coll_weight(uint8_t c) {
 }
 
 int coll_compare(const uint8_t *a, const uint8_t *b, int width) {
-    if (std::memcmp(a, b, (size_t)width) == 0) return 0;
+    // Equal leading bytes give equal weights in both passes, an expansion
+    // left pending among them included: the order is decided behind them.
+    int start = 0;
+    while (start < width && a[start] == b[start])
+        ++start;
+    if (start == width) return 0;
+    a += start, b += start, width -= start;
     // Common case: no dropped or expanding characters before the first
     // difference of primaries decides it at once.
     int i = 0;

@@ -24,6 +24,17 @@ inline int32_t entry_ptr(ICB *icb, int i) {
     return get_le32(entry_at(icb, i) + cur_plan(icb).keylen);
 }
 
+// IXCOMP without the checks: the order of two keys of the plan over len
+// bytes, by sign. Integer-only keys compare as bytes, here, in line.
+int mixed_compare(const KeyPlan &p, const uint8_t *a, const uint8_t *b, int len);
+inline int key_compare(const KeyPlan &p, const uint8_t *a, const uint8_t *b, int len) {
+    if (len > p.keylen) len = p.keylen;
+    if (!p.all_int) return mixed_compare(p, a, b, len);
+    for (int i = 0; i < len; ++i)
+        if (a[i] != b[i]) return a[i] - b[i];
+    return 0;
+}
+
 // Compiles the descriptors of the header into icb->plan.
 void make_plans(ICB *icb);
 

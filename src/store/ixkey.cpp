@@ -231,9 +231,10 @@ void IXKEYTOREC(ICB *icb, void *recp) {
 
 int IXCOMP(ICB *icb, const uint8_t *a, const uint8_t *b, int len) {
     check_icb(icb, "IXCOMP");
-    const KeyPlan &p = cur_plan(icb);
-    if (len > p.keylen) len = p.keylen;
-    if (p.all_int) return std::memcmp(a, b, (size_t)len);
+    return key_compare(cur_plan(icb), a, b, len);
+}
+
+int nv::store::mixed_compare(const KeyPlan &p, const uint8_t *a, const uint8_t *b, int len) {
     int rem = len;
     for (int f = 0; f < p.nf && rem > 0; ++f) {
         int w = p.width[f] < rem ? p.width[f] : rem;

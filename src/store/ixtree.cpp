@@ -17,7 +17,8 @@ using namespace nv::store;
 namespace {
 
 inline int cmp_at(ICB *icb, int i, int len) {
-    return IXCOMP(icb, icb->key, entry_at(icb, i), len);
+    const KeyPlan &p = cur_plan(icb);
+    return key_compare(p, icb->key, icb->blk.ent + i * p.esize, len);
 }
 
 // Does the block in hand hold the answer to this search?
@@ -28,6 +29,20 @@ bool holds_answer(ICB *icb, int op, int len) {
     int c2 = cmp_at(icb, n - 1, len);
     if (op == '>') return c1 >= 0 && c2 <= -1;
     return c1 >= 1 && c2 <= 0;
+}
+
+// A walk asks for the entry after the one it delivered last, which is most
+// often the entry at the position in hand. When the key lies at or above
+// that entry and below the next one in the leaf in hand, the next one is the
+// answer: in ordered entries the block holds the answer, and it is the same
+// entry the search from the front would find. Two comparisons instead of a
+// search.
+bool next_in_hand(ICB *icb, int len) {
+    int p = icb->pos;
+    if (icb->blk.level != 1 || p < 0 || p + 1 >= icb->blk.count) return false;
+    if (cmp_at(icb, p, len) < 0 || cmp_at(icb, p + 1, len) >= 0) return false;
+    icb->pos = p + 1;
+    return true;
 }
 
 // Reads the parent of the block in hand and checks that it lies higher up
@@ -55,10 +70,11 @@ void IXLOCKEY(ICB *icb, int len) {
     check_icb(icb, "IXLOCKEY");
     // The first entry at or above the key. Entries are in ascending order,
     // so halving finds the same entry as a scan from the front.
+    const KeyPlan &p = cur_plan(icb);
     int lo = 0, hi = icb->blk.count;
     while (lo < hi) {
         int mid = (lo + hi) / 2;
-        if (cmp_at(icb, mid, len) <= 0)
+        if (key_compare(p, icb->key, icb->blk.ent + mid * p.esize, len) <= 0)
             hi = mid;
         else
             lo = mid + 1;
@@ -101,6 +117,7 @@ int32_t IXSEARCH(ICB *icb, int op, int len) {
         IXRDIX(icb, icb->cur_block);
         if (icb->blk.keynr != k) IXRDIX(icb, k);
     }
+    if (op == '>' && next_in_hand(icb, len)) return entry_ptr(icb, icb->pos);
     while (!holds_answer(icb, op, len)) {
         int32_t parent = icb->path[icb->blk.level];
         if (parent < 0) break;
