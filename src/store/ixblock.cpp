@@ -78,6 +78,33 @@ bool BlockCache::write_out(int fd, int32_t block, const uint8_t *mem, size_t len
     return true;
 }
 
+// Writes a dirty block together with the dirty blocks held on either side
+// of it, in one write: they would go one by one at their own evictions, and
+// appended data pages in particular lie side by side. Each leaves clean.
+bool BlockCache::write_run(int fd, int32_t block) {
+    const int32_t most = std::max(1, k_run_bytes / page_);
+    auto dirty_held = [&](int32_t b) {
+        return b >= 0 && (size_t)b < where_.size() && where_[(size_t)b] &&
+               dirty_[(size_t)where_[(size_t)b] - 1];
+    };
+    int32_t lo = block, hi = block;
+    while (hi - lo + 1 < most && dirty_held(lo - 1))
+        --lo;
+    while (hi - lo + 1 < most && dirty_held(hi + 1))
+        ++hi;
+    if (lo == hi) {
+        dirty_[(size_t)where_[(size_t)block] - 1] = 0;
+        return write_out(fd, block, frame(where_[(size_t)block] - 1), (size_t)page_);
+    }
+    run_.resize((size_t)(hi - lo + 1) * (size_t)page_);
+    for (int32_t b = lo; b <= hi; ++b) {
+        int f = where_[(size_t)b] - 1;
+        std::memcpy(run_.data() + (size_t)(b - lo) * (size_t)page_, frame(f), (size_t)page_);
+        dirty_[(size_t)f] = 0;
+    }
+    return write_out(fd, lo, run_.data(), run_.size());
+}
+
 int BlockCache::victim(int fd, bool &ok) {
     if ((int)block_.size() < cap_) {
         if (block_.size() % k_chunk == 0)
@@ -94,7 +121,7 @@ int BlockCache::victim(int fd, bool &ok) {
             ref_[h] = 0;
             continue;
         }
-        if (dirty_[h] && !write_out(fd, block_[h], frame((int)h), (size_t)page_)) ok = false;
+        if (dirty_[h] && !write_run(fd, block_[h])) ok = false;
         where_[(size_t)block_[h]] = 0;
         dirty_[h] = 0;
         return (int)h;

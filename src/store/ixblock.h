@@ -70,6 +70,7 @@ class BlockCache {
 
   private:
     int victim(int fd, bool &ok);
+    bool write_run(int fd, int32_t block);
     bool write_out(int fd, int32_t block, const uint8_t *mem, size_t len);
     uint8_t *frame(int f) {
         return chunk_[(size_t)f / k_chunk].get() + (size_t)(f % k_chunk) * (size_t)page_;
@@ -86,6 +87,7 @@ class BlockCache {
     std::vector<uint8_t> dirty_;
     std::vector<uint8_t> ref_;
     std::vector<int32_t> where_; // frame + 1 per block number, 0 = not held
+    std::vector<uint8_t> run_;   // blocks written together at an eviction
 };
 
 // The cache of one file of this process, shared by its ICBs. Created and
