@@ -200,7 +200,7 @@ void SCRTERM(const char *suffix) {
         char name[128];
         const char *env = std::getenv("TERM");
         if (g_headless) {
-            std::snprintf(name, sizeof name, "xterm%s", suffix);
+            std::snprintf(name, sizeof name, "Xterm%s", suffix);
         } else if (env && *env) {
             std::snprintf(name, sizeof name, "%s%s", env, suffix);
             name[0] = (char)std::toupper((unsigned char)name[0]);
@@ -216,6 +216,9 @@ void SCRTERM(const char *suffix) {
         }
         use_env(FALSE);
         r.screen = newterm(name, out, in);
+        // Headless without the suite's entries on the search path: the
+        // ordinary entry will do for the base terminal.
+        if (!r.screen && g_headless && !*suffix) r.screen = newterm("xterm", out, in);
         if (t->term_current >= 0) set_term(t->term_list[t->term_current].screen);
         if (!r.screen) {
             if (idx == 0) {
@@ -262,8 +265,8 @@ void SCRTERM(const char *suffix) {
         t->term_scheme = 0;
         push_window(stdscr, 0);
     }
-    t->term_lines = LINES;
-    t->term_cols = COLS;
+    t->term_lines = getmaxy(stdscr);
+    t->term_cols = getmaxx(stdscr);
 }
 
 void SCREND() {
@@ -365,8 +368,9 @@ void WINCLOSE() {
         t->term_current = below_term;
         set_term(t->term_list[below_term].screen);
         put_cap("is2");
-        t->term_lines = LINES;
-        t->term_cols = COLS;
+        // set_term doesn't bring LINES and COLS back: the stdscr knows.
+        t->term_lines = getmaxy(stdscr);
+        t->term_cols = getmaxx(stdscr);
     } else {
         if (n != r.base) SCRREPAINT();
         if (!is_std) delwin(r.window);

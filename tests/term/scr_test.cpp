@@ -193,16 +193,45 @@ TEST_F(ScrVariants, ColourPairsPerWindowLevel) {
     WINCLOSE();
 }
 
-// A wide variant without a terminal entry: the base terminal takes over, a
-// full window opens on top of it, and the screen stays 80 columns wide.
-TEST_F(ScrVariants, MissingWideEntryFallsBackToTheBase) {
-    SCRTERM("-w");
+// A variant without a terminal entry: the base terminal takes over, a full
+// window opens on top of it, and the screen stays 80 columns wide.
+TEST_F(ScrVariants, MissingVariantEntryFallsBackToTheBase) {
+    SCRTERM("-x");
     EXPECT_EQ(term_state->term_cols, 80);
     EXPECT_EQ(term_state->term_wincount, 2);
     EXPECT_EQ(term_state->term_current, 0);
     EXPECT_EQ(WININNERCOLS(), 80);
     WINCLOSE();
     EXPECT_EQ(term_state->term_wincount, 1);
+}
+
+// The wide terminal is a terminal of its own: 132 columns while it is on top,
+// and closing its window returns to the base terminal and its windows. A
+// second switch to it opens a full window on its stdscr's terminal again.
+TEST_F(ScrVariants, WideTerminalComesAndGoesWithItsWindow) {
+    WINOPEN1(5, 5, 5, 20);
+    WINTEXT(ATTR_DATA, 1, 1, "onder");
+    SCRTERM("-w");
+    EXPECT_EQ(term_state->term_count, 2);
+    EXPECT_EQ(term_state->term_current, 1);
+    EXPECT_EQ(term_state->term_cols, 132);
+    EXPECT_EQ(term_state->term_base, 2);
+    EXPECT_EQ(WININNERCOLS(), 132);
+    EXPECT_EQ(WINTEXT(ATTR_DATA, 1, 100, "breed"), 5);
+    WINOPEN1(3, 90, 4, 30); // a popup on the wide terminal
+    WINCLOSE();
+    WINCLOSE(); // back to the base terminal
+    EXPECT_EQ(term_state->term_current, 0);
+    EXPECT_EQ(term_state->term_cols, 80);
+    EXPECT_EQ(term_state->term_base, 0);
+    EXPECT_EQ(term_state->term_wincount, 2);
+    EXPECT_EQ(nvtest::row_of(WINCUR(), 0).substr(0, 5), "onder");
+    SCRTERM("-w");
+    EXPECT_EQ(term_state->term_count, 2); // the record is reused
+    EXPECT_EQ(term_state->term_cols, 132);
+    WINCLOSE();
+    EXPECT_EQ(term_state->term_cols, 80);
+    WINCLOSE();
 }
 
 } // namespace
