@@ -60,7 +60,15 @@ int create_file(const char *path, int flags) {
     return fd;
 }
 
-ICB *new_icb() {
+// Device and inode of both files: the key of this process's caches.
+void note_identity(ICB *icb) {
+    struct stat st;
+    if (::fstat(icb->ifd, &st) == 0) icb->idev = st.st_dev, icb->iino = st.st_ino;
+    if (::fstat(icb->dfd, &st) == 0) icb->ddev = st.st_dev, icb->dino = st.st_ino;
+}
+
+// A new ICB for an opened or created pair of files.
+ICB *new_icb(int ifd, int dfd, int mode, const IxPaths &paths, const char *name) {
     ICB *icb = new (std::nothrow) ICB{};
     if (!icb) nv::fatal("%s", KOR(1, 238, "Onvoldoende geheugen voor ICB"));
     icb->cur_rec = -1;
@@ -68,15 +76,17 @@ ICB *new_icb() {
     for (int &p : icb->path)
         p = -1;
     icb->commit = commit_setting();
+    icb->ifd = ifd;
+    icb->dfd = dfd;
+    icb->mode = mode;
+    icb->temporary = paths.temporary;
+    note_identity(icb);
+    std::snprintf(icb->fname, sizeof icb->fname, "%s", name);
+    std::memcpy(icb->ipath, paths.index, sizeof icb->ipath);
+    std::memcpy(icb->dpath, paths.data, sizeof icb->dpath);
     return icb;
 }
 
-// Device and inode of both files: the key of this process's caches.
-void note_identity(ICB *icb) {
-    struct stat st;
-    if (::fstat(icb->ifd, &st) == 0) icb->idev = st.st_dev, icb->iino = st.st_ino;
-    if (::fstat(icb->dfd, &st) == 0) icb->ddev = st.st_dev, icb->dino = st.st_ino;
-}
 
 // The name field of a header as a C string.
 void header_name(const IxHeader &h, char out[12]) {
@@ -123,15 +133,7 @@ ICB *IXOPEN(const char *name, int mode) {
     if (st.st_size < k_block) open_failed(0, paths.index);
     int ifd = open_file(paths.index, mode, retry);
 
-    ICB *icb = new_icb();
-    icb->ifd = ifd;
-    icb->dfd = dfd;
-    icb->mode = mode;
-    icb->temporary = paths.temporary;
-    note_identity(icb);
-    std::snprintf(icb->fname, sizeof icb->fname, "%s", name);
-    std::memcpy(icb->ipath, paths.index, sizeof icb->ipath);
-    std::memcpy(icb->dpath, paths.data, sizeof icb->dpath);
+    ICB *icb = new_icb(ifd, dfd, mode, paths, name);
 
     IxHeader h{};
     if (nv::os::pread_full(ifd, &h, k_header_bytes, 0) != k_header_bytes)
@@ -205,15 +207,7 @@ ICB *IXCREATE(const char *name, int mode) {
             nv::fatal(KOR(20, 21, "File create mislukt : %s"), paths.data);
         }
     }
-    ICB *icb = new_icb();
-    icb->ifd = ifd;
-    icb->dfd = dfd;
-    icb->mode = mode;
-    icb->temporary = paths.temporary;
-    note_identity(icb);
-    std::snprintf(icb->fname, sizeof icb->fname, "%s", name);
-    std::memcpy(icb->ipath, paths.index, sizeof icb->ipath);
-    std::memcpy(icb->dpath, paths.data, sizeof icb->dpath);
+    ICB *icb = new_icb(ifd, dfd, mode, paths, name);
     const char *base = base_name(name);
     size_t n = strnlen(base, sizeof icb->hdr.name);
     std::memcpy(icb->hdr.name, base, n); // NUL-padded by the zeroed ICB
