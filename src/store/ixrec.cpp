@@ -116,11 +116,17 @@ bool valid_rec(ICB *icb) {
     return icb->cur_rec >= 0 && icb->cur_rec < icb->hdr.reccount;
 }
 
-int whole(ICB *icb) {
-    return cur_plan(icb).keylen;
-}
-
 } // namespace
+
+void nv::store::insert_keys(ICB *icb, const void *rec) {
+    for (int k = 1; k <= icb->hdr.nkeys; ++k) {
+        IXSWITCH(icb, k);
+        IXBLDKEY(icb, rec, whole(icb));
+        IXSEARCH(icb, '=', whole(icb));
+        icb->ins_ptr = icb->cur_rec;
+        IXINSKEY(icb);
+    }
+}
 
 ICB *IXOPEN(const char *name, int mode) {
     bool retry = mode & k_retry_open;
@@ -403,13 +409,7 @@ int IXINSERT(ICB *icb, void *rec) {
             icb->cur_rec = icb->hdr.reccount++;
             IXLOCK(icb, 3);
         }
-        for (int k = 1; k <= icb->hdr.nkeys; ++k) {
-            IXSWITCH(icb, k);
-            IXBLDKEY(icb, rec, whole(icb));
-            IXSEARCH(icb, '=', whole(icb));
-            icb->ins_ptr = icb->cur_rec;
-            IXINSKEY(icb);
-        }
+        insert_keys(icb, rec);
         IXSWITCH(icb, 1);
         IXBLDKEY(icb, rec, whole(icb));
         IXWRDAT(icb, rec);

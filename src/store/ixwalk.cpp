@@ -13,10 +13,6 @@ using namespace nv::store;
 
 namespace {
 
-int whole(ICB *icb) {
-    return cur_plan(icb).keylen;
-}
-
 // Does the entry found agree with the key work area on the first nfields?
 bool within(ICB *icb, int nfields) {
     if (nfields <= 0) return true;
@@ -213,15 +209,6 @@ void bulk_add_cached(ICB *icb, const void *rec) {
     IXINSKEY(icb);
 }
 
-void bulk_add_plain(ICB *icb, const void *rec) {
-    for (int k = 1; k <= icb->hdr.nkeys; ++k) {
-        IXSWITCH(icb, k);
-        IXBLDKEY(icb, rec, whole(icb));
-        IXSEARCH(icb, '=', whole(icb));
-        icb->ins_ptr = icb->cur_rec;
-        IXINSKEY(icb);
-    }
-}
 
 } // namespace
 
@@ -239,7 +226,7 @@ int IXBULK(ICB *icb, int op, const void *rec) {
         if (icb->cached)
             bulk_add_cached(icb, rec);
         else
-            bulk_add_plain(icb, rec);
+            insert_keys(icb, rec);
         if (icb->cur_rec + 1 > icb->hdr.reccount) icb->hdr.reccount = icb->cur_rec + 1;
         return 1;
     case 'C':
