@@ -1,5 +1,6 @@
 // The demo shop builder: see demoshop.h.
 #include "demoshop.h"
+#include "demosale.h"
 
 #include "base/datum.h"
 #include "base/scramble.h"
@@ -13,6 +14,15 @@
 #include <vector>
 
 namespace demo {
+
+void scrambled(char *field, size_t size, const std::string &name, uint8_t key) {
+    char buf[64] = {};
+    std::snprintf(buf, sizeof buf, "%.*s", (int)size - 2, name.c_str());
+    nv::scramble_with_key(buf, key);
+    std::memset(field, 0, size);
+    std::memcpy(field, buf, std::strlen(buf));
+}
+
 namespace {
 
 void put(std::vector<uint8_t> &file, const sysmap::Table &t, long nr, const void *rec, size_t size) {
@@ -22,14 +32,6 @@ void put(std::vector<uint8_t> &file, const sysmap::Table &t, long nr, const void
 void put_text(char *field, size_t size, const std::string &s) {
     std::memset(field, 0, size);
     std::memcpy(field, s.data(), std::min(size, s.size()));
-}
-
-void scrambled(char *field, size_t size, const std::string &name, uint8_t key) {
-    char buf[64] = {};
-    std::snprintf(buf, sizeof buf, "%.*s", (int)size - 2, name.c_str());
-    nv::scramble_with_key(buf, key);
-    std::memset(field, 0, size);
-    std::memcpy(field, buf, std::strlen(buf));
 }
 
 bool write_file(const std::string &path, const void *data, size_t size) {
@@ -144,7 +146,8 @@ std::string build(const std::string &dir, const Options &opt) {
     if (opt.users.size() > 99) return "te veel gebruikers";
     for (auto step : {build_sys(dir, opt), build_branches(dir, opt), build_kasparm(dir)})
         if (!step.empty()) return step;
-    return "";
+    if (std::string e = build_sellers(dir, opt); !e.empty()) return e;
+    return build_journals(dir, sale_plan(opt));
 }
 
 bool set_program(const std::string &dir, long user_nr, const char *program) {

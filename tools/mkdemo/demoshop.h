@@ -3,6 +3,7 @@
 // build their shops with it, so test data and demo data never drift apart.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -33,6 +34,10 @@ struct Options {
 // Builds the shop in `dir` (created when missing). Returns an empty text on
 // success, else what went wrong.
 std::string build(const std::string &dir, const Options &opt);
+
+// Puts name into a NUL-padded field of size bytes, scrambled with key as the
+// suite keeps names (at most size - 2 characters of the name are kept).
+void scrambled(char *field, size_t size, const std::string &name, uint8_t key);
 
 // Sets a user's program field in DIR/DTSYS.TXT, as the suite's menu does
 // before it starts a program. Waits for the record's lock.
