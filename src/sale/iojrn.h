@@ -39,15 +39,17 @@ struct jrn_cursor {
     char letter;    // letter of the last record; '~' or '?' after a failed read
     uint8_t filnr;  // branch and till taken from the file name (255: not a journal name)
     uint8_t kasnr;
-    // The payload areas, side by side.
-    jrn_h h;
-    jrn_regel regel; // V, R, Z, z
-    jrn_d d;
-    jrn_s s;
-    jrn_i i;
-    jrn_t t;
-    jrn_b b;
-    jrn_u u;
+    // The payload areas, side by side. Each starts on a 4-byte boundary, so
+    // that every number in them lies on its natural boundary (the layouts
+    // put them there) and may be used like any other variable.
+    alignas(4) jrn_h h;
+    alignas(4) jrn_regel regel; // V, R, Z, z
+    alignas(4) jrn_d d;
+    alignas(4) jrn_s s;
+    alignas(4) jrn_i i;
+    alignas(4) jrn_t t;
+    alignas(4) jrn_b b;
+    alignas(4) jrn_u u;
 };
 
 // Opens path with the system's open flags, with two rules: O_TRUNC always
