@@ -5,11 +5,14 @@
 #include "base/fatal.h"
 #include "base/scramble.h"
 #include "frame/iosys.h"
+#include "store/iomaat.h"
 #include "store/ix.h"
 #include "store/ixhook.h"
+#include "store/ixprogress.h"
 #include "term/ingave.h"
 #include "term/popup.h"
 #include "term/scr.h"
+#include "term/storewin.h"
 
 #include <cerrno>
 #include <clocale>
@@ -94,6 +97,13 @@ bool store_eof(const char *line) {
 void read_fixed(long nr, void *buf) {
     long n = nr;
     if (!iosys('R', &n, buf, sysmap::FIXED)) std::memset(buf, 0, sysmap::FIXED.length);
+}
+
+// The stamp a size table gets at its write-back: fixed record 8, offset 2.
+int size_stamp() {
+    uint8_t rec[64];
+    read_fixed(sysmap::REC_COPY, rec);
+    return rec[2] | rec[3] << 8;
 }
 
 void set_locale() {
@@ -216,6 +226,9 @@ void frame_start(const char *name, const char *date, int argc, char **argv) {
     nv::store::set_inuse_hook(store_inuse);
     nv::store::set_flash_hook(store_flash);
     nv::store::set_eof_hook(store_eof);
+    nv::store::set_progress_hook(term_progress);
+    nv::store::set_iomaat_error_hook(term_support_error);
+    nv::store::set_iomaat_stamp_hook(size_stamp);
     if (g_hooks.after_start) g_hooks.after_start();
 }
 

@@ -144,4 +144,6 @@ namespace nv::store {
 // 4 MB); 0 switches that cache off. Takes effect at the next open.
 void set_exclusive_cache_blocks(int blocks);
 void set_exclusive_data_pages(int pages);
+int exclusive_cache_blocks();
+int exclusive_data_pages();
 } // namespace nv::store

@@ -36,6 +36,12 @@ void set_exclusive_cache_blocks(int blocks) {
 void set_exclusive_data_pages(int pages) {
     g_dcache_pages = pages < 0 ? 0 : pages;
 }
+int exclusive_cache_blocks() {
+    return g_xcache_blocks;
+}
+int exclusive_data_pages() {
+    return g_dcache_pages;
+}
 
 int commit_setting() {
     static int value = [] {

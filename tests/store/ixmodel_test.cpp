@@ -6,6 +6,7 @@
 // fast comparison of the store is checked too. The seed is printed; set
 // NV_SEED to repeat a run.
 #include "store/ix.h"
+#include "store/ixcheck.h"
 #include "store/ixcoll.h"
 
 #include <gtest/gtest.h>
@@ -251,6 +252,7 @@ class StoreModel : public ::testing::Test {
   protected:
     std::string dir, name;
     unsigned seed = 0;
+    int rebuild_every = 0; // steps between rebuilds of the index from the data
     void SetUp() override {
         char tmpl[] = "/tmp/nvstoreXXXXXX";
         dir = mkdtemp(tmpl);
@@ -464,6 +466,14 @@ void StoreModel::run(const Layout &lay, int steps, int cache_blocks) {
             IXCLOSE(icb);
             icb = IXOPEN(name.c_str(), 1);
         }
+        if (rebuild_every && step % rebuild_every == 0) {
+            // A rebuilt free list hands out the highest free slot first.
+            IXCLOSE(icb);
+            ASSERT_EQ(IXBLDIX(name.c_str()), 1);
+            ASSERT_EQ(IXCHECK(name.c_str()), (int)m.free_stack.size());
+            std::sort(m.free_stack.begin(), m.free_stack.end());
+            icb = IXOPEN(name.c_str(), 1);
+        }
         if (step % 150 == 0 || step == steps) {
             check(icb, m, g, step);
             if (HasFatalFailure()) break;
@@ -505,6 +515,10 @@ TEST_F(StoreModel, CustomersWithoutCacheThroughTheDisk) {
 }
 TEST_F(StoreModel, TextKeyOneAndManyDuplicates) {
     run(k_codes, 2400, 16384);
+}
+TEST_F(StoreModel, RebuiltIndexesSearchAsBefore) {
+    rebuild_every = 500;
+    run(k_long, 3000, 16384);
 }
 TEST_F(StoreModel, DeepTreesWithASmallEvictingCache) {
     set_exclusive_data_pages(2); // slots of 48 bytes straddle the 4096-byte pages

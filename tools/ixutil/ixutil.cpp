@@ -7,12 +7,20 @@
 //        readl HEX    read with lock        unlock HEX   release it
 //   ixutil dump NAME [--key K]        live records in key order, hex per line
 //   ixutil info NAME                  header fields and key descriptors
+//   ixutil check NAME                 IXCHECK: free slots, or that a rebuild
+//                                     is needed (exit status 1)
+//   ixutil rebuild NAME               IXBLDIX: a new index from the data file
+//   ixutil dd-create FILENR NAME      a new, empty pair from the data dictionary
+//   ixutil dd-verify FILENR NAME [--repair]
+//                                     dd_verify; its result as name: value lines
 //
 // Errors go to stderr with a non-zero exit status. A file is looked at before
 // the store opens it, so that something that is not a store file gets a
 // plain message and is left untouched.
 #include "base/osfile.h"
+#include "store/dd.h"
 #include "store/ix.h"
+#include "store/ixcheck.h"
 #include "store/ixhook.h"
 
 #include <cerrno>
@@ -31,7 +39,11 @@ int usage() {
     std::fprintf(stderr, "usage: ixutil create NAME 'TITLE,RECLEN' 'KEYDESC' ...\n"
                          "       ixutil apply NAME [--shared] < operations\n"
                          "       ixutil dump NAME [--key K]\n"
-                         "       ixutil info NAME\n");
+                         "       ixutil info NAME\n"
+                         "       ixutil check NAME\n"
+                         "       ixutil rebuild NAME\n"
+                         "       ixutil dd-create FILENR NAME\n"
+                         "       ixutil dd-verify FILENR NAME [--repair]\n");
     return 2;
 }
 
@@ -254,6 +266,72 @@ int cmd_info(int argc, char **argv) {
     return 0;
 }
 
+int cmd_check(int argc, char **argv) {
+    if (argc != 3) return usage();
+    int free_slots = IXCHECK(argv[2]);
+    if (free_slots < 0) {
+        std::printf("%s: needs a rebuild\n", argv[2]);
+        return 1;
+    }
+    std::printf("%s: sound, %d free slots\n", argv[2], free_slots);
+    return 0;
+}
+
+int cmd_rebuild(int argc, char **argv) {
+    if (argc != 3) return usage();
+    if (!IXBLDIX(argv[2])) {
+        std::fprintf(stderr,
+                     "ixutil: %s: not rebuilt: no usable index header, or a data file that "
+                     "is not whole records\n",
+                     argv[2]);
+        return 1;
+    }
+    return cmd_check(argc, argv);
+}
+
+// A file number of the data dictionary, or 0.
+int file_number(const char *text) {
+    char *end;
+    long nr = std::strtol(text, &end, 10);
+    dd_row row;
+    if (*end || nr < 1 || nr > 249 || !dd_lookup((int)nr, 1, &row)) {
+        std::fprintf(stderr, "ixutil: %s: not a file number of the data dictionary\n", text);
+        return 0;
+    }
+    return (int)nr;
+}
+
+int cmd_dd_create(int argc, char **argv) {
+    if (argc != 4) return usage();
+    int nr = file_number(argv[2]);
+    if (!nr) return 1;
+    IxPaths p;
+    struct stat st;
+    if (!derive_paths(argv[3], &p)) return usage();
+    for (const char *path : {p.index, p.data})
+        if (::stat(path, &st) == 0) {
+            std::fprintf(stderr, "ixutil: %s exists already; remove it first\n", path);
+            return 1;
+        }
+    return dd_create_pair(nr, argv[3]) ? 0 : 1;
+}
+
+int cmd_dd_verify(int argc, char **argv) {
+    if (argc < 4 || argc > 5 || (argc == 5 && std::strcmp(argv[4], "--repair") != 0))
+        return usage();
+    int nr = file_number(argv[2]);
+    if (!nr) return 1;
+    dd_result r{};
+    r.repair = argc == 5;
+    bool ok = dd_verify(nr, argv[3], &r);
+    std::printf("status: %d\n", r.status);
+    std::printf("data created: %d\n", r.data_created);
+    std::printf("index created: %d\n", r.index_created);
+    std::printf("rebuilt: %d\n", r.rebuilt);
+    std::printf("layout difference: %d\n", r.layout_diff);
+    return ok ? 0 : 1;
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -264,5 +342,9 @@ int main(int argc, char **argv) {
     if (cmd == "apply") return cmd_apply(argc, argv);
     if (cmd == "dump") return cmd_dump(argc, argv);
     if (cmd == "info") return cmd_info(argc, argv);
+    if (cmd == "check") return cmd_check(argc, argv);
+    if (cmd == "rebuild") return cmd_rebuild(argc, argv);
+    if (cmd == "dd-create") return cmd_dd_create(argc, argv);
+    if (cmd == "dd-verify") return cmd_dd_verify(argc, argv);
     return usage();
 }
