@@ -82,40 +82,33 @@ TEST_F(Dict, EveryFileCanBeMadeUsedAndVerified) {
     EXPECT_STREQ(dd_name(32), "DTMAAT");
 }
 
+// Each result as "result status index-created data-created rebuilt layout
+// option-after".
 TEST_F(Dict, VerifyTellsWhatIsWrongAndRepairsWhatItMay) {
-    auto verify = [&](int nr, const std::string &name, int repair) {
+    auto verify = [&](int nr, const char *name, int repair) {
         dd_result r{};
         r.repair = repair;
         bool ok = dd_verify(nr, path(name).c_str(), &r);
-        EXPECT_EQ(r.repair, 0) << "the call clears the option too";
-        return std::make_pair(ok, r);
+        char s[40];
+        std::snprintf(s, sizeof s, "%d %d %d%d%d %d %d", ok, r.status, r.index_created,
+                      r.data_created, r.rebuilt, r.layout_diff, r.repair);
+        return std::string(s);
     };
-    auto [ok, r] = verify(24, "DTKLT", 0);
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(r.status, 1);
-    std::tie(ok, r) = verify(24, "DTKLT", 1);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(r.status, 0);
-    EXPECT_TRUE(r.index_created && r.data_created);
+    EXPECT_EQ(verify(24, "DTKLT", 0), "0 1 000 0 0");
+    EXPECT_EQ(verify(24, "DTKLT", 1), "1 0 110 0 0");
     ::unlink(path("DTKLT.TXT").c_str());
-    std::tie(ok, r) = verify(24, "DTKLT", 0);
-    EXPECT_EQ(r.status, 2);
-    std::tie(ok, r) = verify(13, "DTDD", 1);
-    EXPECT_EQ(r.status, 4) << "delivered with data: empty is an error";
-    EXPECT_TRUE(r.index_created && r.data_created);
-    std::tie(ok, r) = verify(25, "DTKLT", 1);
-    EXPECT_EQ(r.status, 3);
-    EXPECT_EQ(r.layout_diff, 2) << "record length";
+    EXPECT_EQ(verify(24, "DTKLT", 0), "0 2 000 0 0");
+    EXPECT_EQ(verify(13, "DTDD", 1), "0 4 110 0 0") << "delivered with data: empty is wrong";
+    EXPECT_EQ(verify(25, "DTKLT", 1), "0 3 010 2 0")
+        << "the missing data made, the record length told";
 
     // Layout codes from patched headers of DTKLT.
     ASSERT_TRUE(dd_create_pair(24, path("DTKLT").c_str()));
     auto patched = [&](off_t off, uint8_t v) {
-        std::string cp = path("P.INX");
-        EXPECT_EQ(std::system(("cp " + path("DTKLT.INX") + " " + cp).c_str()), 0);
-        int fd = ::open(cp.c_str(), O_RDWR);
+        EXPECT_EQ(std::system(("cp " + path("DTKLT.INX") + " " + path("P.INX")).c_str()), 0);
+        int fd = ::open(path("P.INX").c_str(), O_RDWR);
         EXPECT_EQ(::pwrite(fd, &v, 1, off), 1);
         ::close(fd);
-        ::close(::open(path("P.TXT").c_str(), O_CREAT | O_WRONLY, 0660));
         return dd_compare(24, path("P").c_str());
     };
     EXPECT_EQ(patched(11, 2), 3);            // key count
@@ -132,27 +125,29 @@ TEST_F(Dict, VerifyTellsWhatIsWrongAndRepairsWhatItMay) {
     }
     IXCLOSE(icb);
     EXPECT_EQ(::truncate(path("DTKLT.INX").c_str(), 5 * 512), 0);
-    std::tie(ok, r) = verify(24, "DTKLT", 0);
-    EXPECT_EQ(r.status, 5);
-    std::tie(ok, r) = verify(24, "DTKLT", 1);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(r.rebuilt, 1);
-    icb = IXOPEN(path("DTKLT").c_str(), 0);
-    EXPECT_EQ(icb->hdr.reccount, 50);
-    IXCLOSE(icb);
+    EXPECT_EQ(verify(24, "DTKLT", 0), "0 5 000 0 0");
+    EXPECT_EQ(verify(24, "DTKLT", 1), "1 0 001 0 0");
 }
 
 // ---- size tables
 
 maat_entry size(const char *code, int number = 0, int position = 0) {
     maat_entry e{};
-    std::memcpy(e.code, code, 3);
+    std::memcpy(e.code, code, strnlen(code, 3));
     e.number = (uint8_t)number, e.position = (uint8_t)position;
     e.ext_l = 1000u + (uint32_t)number;
     return e;
 }
 std::string code(const maat_entry &e) {
     return std::string(e.code, 3);
+}
+// One read as "code number position rank extension", or "none" and the code
+// the entry holds afterwards.
+std::string read1(iomaat *h, int action, maat_entry e, int keynr) {
+    if (!mtread(h, action, &e, keynr)) return "none " + code(e);
+    char s[40];
+    std::snprintf(s, sizeof s, "%.3s %d %d %d %u", e.code, e.number, e.position, e.rank, e.ext_l);
+    return s;
 }
 // The codes in the order of a walk.
 std::string walk(iomaat *h, int keynr) {
@@ -184,30 +179,17 @@ TEST_F(Dict, SizeTablesKeepNumbersAndPositionsInStep) {
     iomaat_mask(h, mask);
     EXPECT_EQ(walk(h, 4), "L  XL ");
 
-    maat_entry e = size("N  ");
-    EXPECT_EQ(mtread(h, 'R', &e, 3), 0);
-    EXPECT_EQ(code(e), "N  ") << "put back as it came";
-    ASSERT_EQ(mtread(h, 'F', &e, 3), 1);
-    EXPECT_EQ(code(e), "S  ");
-    EXPECT_EQ(e.number, 9);
-    EXPECT_EQ(e.position, 1);
-    ASSERT_EQ(mtread(h, 'P', &e, 3), 1);
-    EXPECT_EQ(code(e), "M  ");
-    EXPECT_EQ(e.ext_l, 1005u);
-    e = maat_entry{};
-    ASSERT_EQ(mtread(h, 'P', &e, 2), 1) << "before the first position: the last";
-    EXPECT_EQ(code(e), "XL ");
-    EXPECT_EQ(e.rank, 2);
+    maat_entry e{};
     e.rank = 9;
-    ASSERT_EQ(mtread(h, 'P', &e, 4), 1) << "past the end: the last marked";
-    EXPECT_EQ(code(e), "XL ");
+    EXPECT_EQ(read1(h, 'R', size("N  "), 3), "none N  ") << "put back as it came";
+    EXPECT_EQ(read1(h, 'F', size("N  "), 3), "S   9 1 0 1009") << "the next higher code";
+    EXPECT_EQ(read1(h, 'P', size("S  "), 3), "M   5 2 0 1005");
+    EXPECT_EQ(read1(h, 'P', size("", 0, 0), 2), "XL  3 4 2 1003") << "before the first: the last";
+    EXPECT_EQ(read1(h, 'P', e, 4), "XL  3 4 2 1003") << "past the end: the last marked";
 
-    e = size("", 0, 1);
-    ASSERT_EQ(iomaat_remove(h, &e), 1); // S, number 9, at position 1
+    ASSERT_EQ(iomaat_remove(h, &(e = size("", 0, 1))), 1); // S, number 9, at position 1
     EXPECT_EQ(walk(h, 2), "M  L  XL ");
-    e = size("", 1);
-    ASSERT_EQ(mtread(h, 'R', &e, 1), 1);
-    EXPECT_EQ(e.position, 2) << "moved up, number kept";
+    EXPECT_EQ(read1(h, 'R', size("", 1), 1), "L   1 2 1 1001") << "moved up, number kept";
     e = size("XS ", 1);
     e.ext_l = 77;
     ASSERT_EQ(iomaat_set(h, &e), 1);
@@ -216,11 +198,8 @@ TEST_F(Dict, SizeTablesKeepNumbersAndPositionsInStep) {
     // Read back without lock: the same table, the extension record too.
     h = iomaat_open(7, 1, 0);
     EXPECT_EQ(walk(h, 2), "M  XS XL ");
-    e = size("", 1);
-    ASSERT_EQ(mtread(h, 'R', &e, 1), 1);
-    EXPECT_EQ(e.ext_l, 77u);
-    e = size("M  ");
-    EXPECT_EQ(iomaat_set(h, &e), 0) << "not writable";
+    EXPECT_EQ(read1(h, 'R', size("", 1), 1), "XS  1 2 0 77");
+    EXPECT_EQ(iomaat_set(h, &(e = size("M  ", 5))), 0) << "not writable";
     iomaat_close(h);
 
     // The own brand's system is kept by number, and takes the lowest free
