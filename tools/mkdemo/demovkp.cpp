@@ -2,6 +2,7 @@
 #include "demosale.h"
 
 #include "sale/kas_vkp.h"
+#include "store/dd.h"
 #include "store/ix.h"
 
 #include <cstdio>
@@ -35,10 +36,8 @@ std::vector<Seller> sellers(const Options &opt) {
 
 std::string build_sellers(const std::string &dir, const Options &opt) {
     std::string name = dir + "/DTVKP";
-    ICB *icb = IXCREATE(name.c_str(), 1);
-    IXUPDFCB(icb, 0, "verkopers,48");
-    IXUPDFCB(icb, 1, "key-1,NODUPS,I,1,2");
-    IXINIT(icb);
+    if (!dd_create_pair(58, name.c_str())) return "DTVKP: not in the data dictionary";
+    ICB *icb = IXOPEN(name.c_str(), 1);
     for (const Seller &s : sellers(opt)) {
         vkp_rec r{};
         r.nummer = s.nummer;
