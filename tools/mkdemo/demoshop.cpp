@@ -144,7 +144,8 @@ std::string build(const std::string &dir, const Options &opt) {
     mkdir(dir.c_str(), 0775);
     if (opt.branches < 1 || opt.branches > 99) return "aantal filialen moet 1 t/m 99 zijn";
     if (opt.users.size() > 99) return "te veel gebruikers";
-    for (auto step : {build_sys(dir, opt), build_branches(dir, opt), build_kasparm(dir)})
+    for (auto step : {build_sys(dir, opt), build_branches(dir, opt), build_kasparm(dir),
+                      build_printers(dir)})
         if (!step.empty()) return step;
     if (std::string e = build_sellers(dir, opt); !e.empty()) return e;
     return build_journals(dir, sale_plan(opt));

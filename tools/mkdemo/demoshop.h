@@ -43,4 +43,15 @@ void scrambled(char *field, size_t size, const std::string &name, uint8_t key);
 // before it starts a program. Waits for the record's lock.
 bool set_program(const std::string &dir, long user_nr, const char *program);
 
+// The printer tables in `dir`: the screen (code 1), the spooler queue
+// `queue` (2), the file afdruk.txt (3) and the drop directory uitvoer (4).
+std::string build_printers(const std::string &dir, const std::string &queue = "norvanke");
+
+// A private spooler daemon in `dir`: its configuration with the raw queue
+// `queue`, a socket dir/cups.sock (point CUPS_SERVER at it), and every
+// job's document kept in dir/spool. cups_command starts it in the
+// foreground. Empty text on success, else what went wrong.
+std::string cups_config(const std::string &dir, const std::string &queue = "norvanke");
+std::string cups_command(const std::string &dir);
+
 } // namespace demo
