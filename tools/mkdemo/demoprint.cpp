@@ -8,7 +8,10 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <climits>
+#include <cstdlib>
 #include <sys/stat.h>
+#include <sys/un.h>
 
 namespace demo {
 namespace {
@@ -86,10 +89,16 @@ std::string build_printers(const std::string &dir, const std::string &queue) {
     return "";
 }
 
-std::string cups_config(const std::string &dir, const std::string &queue) {
+std::string cups_config(const std::string &where, const std::string &queue) {
     for (const char *sub : {"", "/conf", "/conf/ppd", "/spool", "/cache", "/state", "/tmp", "/log"})
-        if (mkdir((dir + sub).c_str(), 0755) != 0 && errno != EEXIST)
-            return "kan " + dir + sub + " niet maken";
+        if (mkdir((where + sub).c_str(), 0755) != 0 && errno != EEXIST)
+            return "kan " + where + sub + " niet maken";
+    // The daemon wants whole paths.
+    char real[PATH_MAX];
+    if (!realpath(where.c_str(), real)) return "kan " + where + " niet vinden";
+    std::string dir = real;
+    if (dir.size() + 10 > sizeof(((sockaddr_un *)nullptr)->sun_path))
+        return "de map " + dir + " is te diep voor de socket van de spooler";
     std::string files = "ServerRoot " + dir + "/conf\nRequestRoot " + dir + "/spool\nCacheDir " +
                         dir + "/cache\nStateDir " + dir + "/state\nTempDir " + dir +
                         "/tmp\nErrorLog " + dir + "/log/error_log\nAccessLog " + dir +

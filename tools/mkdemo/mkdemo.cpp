@@ -81,6 +81,9 @@ int main(int argc, char **argv) {
         std::fprintf(stderr, "mkdemo: %s\n", err.c_str());
         return 1;
     }
+    // The spooler daemon of the demo's queue; scripts/demo starts it.
+    err = demo::cups_config(dir + "/cups");
+    if (!err.empty()) std::fprintf(stderr, "mkdemo: %s\n", err.c_str());
     std::string bin = dir + "/bin", here = self_dir();
     mkdir(bin.c_str(), 0775);
     link_program(here + "/suitestub", bin + "/norpot");
