@@ -50,7 +50,8 @@ class PrivateCups {
                   (dir + "/conf/cups-files.conf").c_str(), (char *)nullptr);
             _exit(127);
         }
-        std::string ask = "CUPS_SERVER='" + socket() + "' lpstat -v '" + queue + "' >/dev/null 2>&1";
+        std::string ask =
+            "CUPS_SERVER='" + socket() + "' lpstat -v '" + queue + "' >/dev/null 2>&1";
         for (int i = 0; i < 400; ++i) {
             int status;
             if (waitpid(pid_, &status, WNOHANG) == pid_) {

@@ -137,15 +137,55 @@ TEST_F(PrtDest, ChoiceOfCodeConnectionAndFormat) {
     const int down = key_down, f3 = key_f3;
     const Case cases[] = {
         {"two formats fit: the first chosen", {2, 0, 0}, 6, nullptr, {f3}, true, 80, "testq", 0},
-        {"two formats fit: the second chosen", {2, 0, 0}, 6, nullptr, {down, f3}, true, 132, "testq", 0},
+        {"two formats fit: the second chosen",
+         {2, 0, 0},
+         6,
+         nullptr,
+         {down, f3},
+         true,
+         132,
+         "testq",
+         0},
         {"one format fits", {2, 0, 0}, PRT_W80, nullptr, {}, true, 80, "testq", 0},
-        {"an unknown code chooses from all", {99, 0, 0}, 2, nullptr, {f3}, true, 80, "/dev/null", 1},
+        {"an unknown code chooses from all",
+         {99, 0, 0},
+         2,
+         nullptr,
+         {f3},
+         true,
+         80,
+         "/dev/null",
+         1},
         {"the screen is the preview", {1, 0, 0}, PRT_W40, nullptr, {}, true, 40, "/dev/null", 1},
         {"no format fits", {4, 0, 0}, PRT_W40, nullptr, {'\n'}, false, 0, "", 0},
-        {"none fits but the preview will do", {4, 1, 0}, PRT_W40, nullptr, {}, true, 40, "uitvoer/PR", 1},
-        {"an absent connection: the only one", {3, 0, 7}, PRT_W80, nullptr, {}, true, 80, "afdruk.txt", 0},
+        {"none fits but the preview will do",
+         {4, 1, 0},
+         PRT_W40,
+         nullptr,
+         {},
+         true,
+         40,
+         "uitvoer/PR",
+         1},
+        {"an absent connection: the only one",
+         {3, 0, 7},
+         PRT_W80,
+         nullptr,
+         {},
+         true,
+         80,
+         "afdruk.txt",
+         0},
         {"a file needs a name", {0, 2, 0}, PRT_W80, "", {'\n'}, false, 0, "", 0},
-        {"a file with a 40-character name", {0, 2, 0}, PRT_W80, "0123456789012345678901234567890123456789", {'\n'}, false, 0, "", 0},
+        {"a file with a 40-character name",
+         {0, 2, 0},
+         PRT_W80,
+         "0123456789012345678901234567890123456789",
+         {'\n'},
+         false,
+         0,
+         "",
+         0},
         {"a file: width from the mask", {0, 2, 0}, PRT_W80, "uit.txt", {}, true, 80, "uit.txt", 0},
         {"a file: width from the menu", {0, 2, 0}, 6, "uit.txt", {'1'}, true, 132, "uit.txt", 0},
     };
@@ -169,7 +209,8 @@ TEST_F(PrtDest, ChoiceOfCodeConnectionAndFormat) {
     ASSERT_TRUE(XPRT_OPEN(&wide, PRT_W132, nullptr));
     EXPECT_STREQ(PRT_CODE(18), "\x0F");
     EXPECT_STREQ(PRT_CODE(19), "\x12");
-    EXPECT_STREQ(PRT_CODE(1), "\x1B" "E");
+    EXPECT_STREQ(PRT_CODE(1), "\x1B"
+                              "E");
     EXPECT_STREQ(PRT_CODE(2), "");
     PRT_CLOSE("");
 

@@ -7,8 +7,8 @@
 #include "store/ix.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <sys/stat.h>
 #include <sys/un.h>
