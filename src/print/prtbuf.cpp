@@ -28,6 +28,7 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 
 PRTBUF *prt_buf = nullptr;
@@ -350,7 +351,8 @@ void PRT_LINE() {
 void PRT_REPEAT(int count, int ch) {
     // In pieces that fit the piece buffer.
     int most = engine()->fmt_max - 1;
-    char *s = (char *)std::malloc((size_t)std::min(count, most) + 1);
+    std::unique_ptr<char, decltype(&std::free)> s(
+        (char *)std::malloc((size_t)std::min(count, most) + 1), &std::free);
     if (!s) {
         for (int i = 0; i < count; ++i)
             PRT_PRINT("%c", ch);
@@ -358,11 +360,10 @@ void PRT_REPEAT(int count, int ch) {
     }
     for (int n; count > 0; count -= n) {
         n = std::min(count, most);
-        std::memset(s, ch, (size_t)n);
-        s[n] = 0;
-        PRT_PRINT("%s", s);
+        std::memset(s.get(), ch, (size_t)n);
+        s.get()[n] = 0;
+        PRT_PRINT("%s", s.get());
     }
-    std::free(s);
 }
 
 void PRT_AMOUNT(int32_t value, int width) {

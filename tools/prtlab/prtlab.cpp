@@ -55,7 +55,7 @@ void print_text(const std::string &text, const char *head) {
             PRT_LINE();
         }
         line.clear();
-        if (c == '\f') new_page(head);
+        if (c == '\f' && i + 1 < text.size()) new_page(head); // not for a last one
         if (i + 1 == text.size() && c == '\n') break; // the file's last line end
     }
 }
