@@ -4,6 +4,7 @@
 #include "print/prttab.h"
 
 #include "store/ix.h"
+#include "store/ixcheck.h"
 
 #include <cstring>
 
@@ -72,15 +73,31 @@ void first_rows(PrtTable t, ICB *icb) {
 
 } // namespace
 
-void table_create(PrtTable t, const char *path) {
+namespace {
+// The pair created afresh with the table's layout; `mode` as IXCREATE takes
+// it (k_retry_open keeps the data file).
+ICB *create_with_layout(PrtTable t, const char *path, int mode) {
     const PrtLayout &l = prt_layouts[t];
-    ICB *icb = IXCREATE(path, 1);
+    ICB *icb = IXCREATE(path, mode);
     IXUPDFCB(icb, 0, l.title);
     for (int k = 0; k < l.nkeys; ++k)
         IXUPDFCB(icb, k + 1, l.keys[k]);
+    return icb;
+}
+} // namespace
+
+void table_create(PrtTable t, const char *path) {
+    ICB *icb = create_with_layout(t, path, 1);
     IXINIT(icb);
     first_rows(t, icb);
     IXCLOSE(icb);
+}
+
+bool table_repair(PrtTable t, const char *path) {
+    ICB *icb = create_with_layout(t, path, 1 | nv::store::k_retry_open);
+    IXINITIX(icb);
+    IXCLOSE(icb);
+    return IXBLDIX(path) && IXCHECK(path) >= 0;
 }
 
 } // namespace nv::prt

@@ -110,6 +110,12 @@ namespace nv::prt {
 // files can't be made, so the caller checks the directory first.
 void table_create(PrtTable t, const char *path);
 
+// A new index for table `t` at `path` from its data file: the index is
+// made afresh with the table's layout and every record of the data file is
+// entered. False when the data file can't be read as the table's records
+// (it is left as it was).
+bool table_repair(PrtTable t, const char *path);
+
 // Copies text into a NUL-padded field of `size` bytes, cut to fit.
 void put_field(char *field, size_t size, const char *text);
 

@@ -1,8 +1,11 @@
 // PRT_TABLES: the four printer tables are there and can be read before the
 // open reads them (the store ends the program on a file it can't open).
-// A table whose files are both missing is made with its first rows.
+// A table that fails the store's check gets a new index from its data
+// file; one without a data file is made with its first rows. Tables the
+// user may only read are taken as they are: they can't be mended here.
 #include "base/catalog.h"
 #include "print/prtint.h"
+#include "store/ixcheck.h"
 
 #include <cstdio>
 #include <string>
@@ -38,15 +41,23 @@ bool PRT_TABLES() {
         std::string path = PRT_TABLEPATH(prt_layouts[t].file);
         std::string data = path + ".TXT", index = path + ".INX";
         bool have_data = present(data, 0), have_index = present(index, 512);
-        if (have_data && have_index) {
-            if (::access(data.c_str(), R_OK) != 0 || ::access(index.c_str(), R_OK) != 0)
-                return refuse(KOR(4, 75, "Printertabel %s kan niet gelezen worden"), path);
-            continue;
+        bool readable = ::access(data.c_str(), R_OK) == 0 && ::access(index.c_str(), R_OK) == 0;
+        bool writable = ::access(dir_of(path).c_str(), W_OK | X_OK) == 0 &&
+                        (!have_data || ::access(data.c_str(), W_OK) == 0) &&
+                        (!have_index || ::access(index.c_str(), W_OK) == 0);
+        if (!writable) {
+            if (have_data && have_index && readable) continue;
+            return refuse(have_data ? KOR(4, 75, "Printertabel %s kan niet gelezen worden")
+                                    : KOR(4, 74, "Printertabel %s kan niet aangemaakt worden"),
+                          path);
         }
-        if (have_data) return refuse(KOR(4, 76, "Printertabel %s heeft geen index"), path);
-        if (::access(dir_of(path).c_str(), W_OK | X_OK) != 0)
-            return refuse(KOR(4, 74, "Printertabel %s kan niet aangemaakt worden"), path);
-        table_create((PrtTable)t, path.c_str());
+        if (IXCHECK(path.c_str()) >= 0) continue;
+        if (!have_data) {
+            table_create((PrtTable)t, path.c_str());
+        } else if (!table_repair((PrtTable)t, path.c_str())) {
+            return refuse(KOR(4, 76, "Printertabel %s is beschadigd en kan niet hersteld worden"),
+                          path);
+        }
     }
     return true;
 }

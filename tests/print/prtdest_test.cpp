@@ -239,4 +239,20 @@ TEST_F(PrtDest, ChoiceOfCodeConnectionAndFormat) {
     unsetenv("ZOKPRT");
 }
 
+// A damaged index is made anew from the data file; a data file that can't
+// be the table's records is left alone and the open fails.
+TEST_F(PrtDest, DamagedTablesAreRebuiltFromTheirData) {
+    ASSERT_EQ(truncate("TR_PTRC.INX", 100), 0);
+    ASSERT_EQ(unlink("TR_PTRP.INX"), 0);
+    PRTDEST file = {3, 0, 0};
+    ASSERT_TRUE(XPRT_OPEN(&file, PRT_W80, nullptr));
+    EXPECT_STREQ(prt_job.job_device, "afdruk.txt");
+    PRT_CLOSE("");
+    std::string data = cups.slurp("TR_PTRG.TXT");
+    std::ofstream("TR_PTRG.TXT", std::ios::app) << "xyz";
+    keys({'\n', '\n'}); // the damage, then no destination
+    EXPECT_FALSE(XPRT_OPEN(&file, PRT_W80, nullptr));
+    EXPECT_EQ(cups.slurp("TR_PTRG.TXT"), data + "xyz");
+}
+
 } // namespace
