@@ -98,6 +98,9 @@ TEST_F(Start, TheSuiteMenuStartsTheProgramAgain) {
     tm.start("bin/norpot norpot BEHEER 1 login", shop.path(), {{"BIN", shop.path() + "/bin"}});
     ASSERT_TRUE(tm.wait_for("Uw keuze"));
     tm.type("1\n");
+    // The stand-in's own "Uw keuze" stays on the screen until the program
+    // has drawn its menu: wait for the stand-in's text to go first.
+    ASSERT_TRUE(tm.wait_gone("SUITE MENU (demo)", 10000)) << tm.screen();
     ASSERT_TRUE(tm.wait_for("Uw keuze")) << tm.screen();
     EXPECT_STREQ(user(1).programma, "norvanke");
     tm.cancel();
