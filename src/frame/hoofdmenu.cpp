@@ -17,6 +17,7 @@
 #include "frame/iosys.h"
 #include "frame/menuhdl.h"
 #include "frame/start.h"
+#include "frame/werkset.h"
 #include "term/ingave.h"
 #include "term/popup.h"
 #include "term/scr.h"
@@ -135,6 +136,7 @@ void hoofdprogramma() {
     char caller[sizeof frame::caller];
     std::memcpy(caller, frame::caller, sizeof caller);
     (void)caller;
+    werkset_open();
     fil_rec central{};
     iofil('R', frame::company.aantal_fil, &central);
     compute_offline_tills();
@@ -143,10 +145,12 @@ void hoofdprogramma() {
     bool normal = true;
     for (;;) {
         if (g_hooks.pass) g_hooks.pass();
+        werkset_ronde();
         build_menu();
         if (!menu_run() || leave_flag) break;
     }
     if (normal && g_hooks.close) g_hooks.close();
+    if (normal) werkset_sluit();
     frame::start_program(leave_flag ? "norbilst" : "norpot");
 }
 

@@ -1,5 +1,6 @@
 // The demo shop builder: see demoshop.h.
 #include "demoshop.h"
+#include "demoomz.h"
 #include "demosale.h"
 
 #include "base/datum.h"
@@ -60,7 +61,7 @@ std::string build_sys(const std::string &dir, const Options &opt) {
     std::memcpy(b.btw_tarief, btw, sizeof btw);
     put(f, sysmap::FIXED, sysmap::REC_COMPANY, &b, sizeof b);
 
-    uint32_t lastcust = 1000;
+    uint32_t lastcust = 1000 + (uint32_t)customer_count(opt);
     put(f, sysmap::FIXED, sysmap::REC_CUSTNR, &lastcust, sizeof lastcust);
 
     sys_release rel{};
@@ -148,6 +149,8 @@ std::string build(const std::string &dir, const Options &opt) {
                       build_printers(dir)})
         if (!step.empty()) return step;
     if (std::string e = build_sellers(dir, opt); !e.empty()) return e;
+    for (auto step : {build_betm(dir, opt), build_customers(dir, opt), build_omzet(dir, opt)})
+        if (!step.empty()) return step;
     return build_journals(dir, sale_plan(opt));
 }
 
