@@ -140,12 +140,14 @@ void kskv_afboeken(int branch, uint32_t kltnr, const jrn_d &d) {
     if (!gevonden && kltnr == 0) {
         kskv_rec w{};
         w.filnr = sleutel.filnr, w.kasnr = sleutel.kasnr, w.op_rekening = 1;
-        for (int ok = IXFIRSTR(b.icb, &w, 3); ok && !gevonden; ok = IXNEXTRP(b.icb, &w, 3))
-            if (w.datum == sleutel.datum && w.bonnr == sleutel.bonnr) {
-                r = w;
-                gevonden = IXREADL(b.icb, &r) == 1;
-                if (!gevonden) IXUNLOCK(b.icb, &r);
-            }
+        int ok = IXFIRSTR(b.icb, &w, 3);
+        while (ok && (w.datum != sleutel.datum || w.bonnr != sleutel.bonnr))
+            ok = IXNEXTRP(b.icb, &w, 3);
+        if (ok) {
+            r = w;
+            gevonden = IXREADL(b.icb, &r) == 1;
+            if (!gevonden) IXUNLOCK(b.icb, &r);
+        }
     }
     if (gevonden) IXDELETE(b.icb, &r);
     if (!gevonden) r = sleutel;

@@ -44,7 +44,7 @@ constexpr int BETM_MAP = 10;        // entries of the 'M' mapping
 constexpr int BETM_RECORD = 29;     // letter + entry
 constexpr long BETM_EXTRA_OFFSET = 4640;
 constexpr int BETM_EXTRA = 60;  // bytes of the optional block per number
-constexpr int BETM_SLOTS = 164; // 0 .. 163
+constexpr int BETM_SLOTS = 256; // every slot a byte can name
 
 #pragma pack(push, 1)
 struct betm_entry {

@@ -205,6 +205,9 @@ TEST(StartOnHandWrittenFiles, StartsAndShowsWhatTheBytesSay) {
     sys.replace(2640 + 48, 8, "norvanke");         // programma
     std::ofstream(shop.file("DTSYS.TXT"), std::ios::binary) << sys;
     std::ofstream(shop.file("DTFILGEG.TXT"), std::ios::binary) << std::string(3 * 612, '\0');
+    // The payment means tables must be there, empty as they may be.
+    std::ofstream(shop.file("DTBETM.TXT"), std::ios::binary) << "";
+    std::ofstream(shop.file("DTBETMX.TXT"), std::ios::binary) << "";
     nvt::Tmux tm;
     tm.start(BIN + "/norvanke norvanke AB 1 norpot", shop.path(), {{"BIN", "/nonexistent"}});
     ASSERT_TRUE(tm.wait_for("Uw keuze")) << tm.screen();
