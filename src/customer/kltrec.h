@@ -98,10 +98,3 @@ struct kltext_rec {
 static_assert(sizeof(kltext_rec) == 88);
 static_assert(offsetof(kltext_rec, email) == 4 && offsetof(kltext_rec, ext_stempel) == 84);
 #pragma pack(pop)
-
-// The key layouts, as the suite's set-up makes the files (IXUPDFCB texts).
-constexpr const char *KLT_LAYOUT = "klanten,312";
-constexpr const char *KLT_KEYS[] = {"key-1,NODUPS,I,1,4", "key-2,NODUPS,C,5,14,C,90,96,I,1,4",
-                                    "key-3,NODUPS,C,90,96,I,1,4"};
-constexpr const char *KLTEXT_LAYOUT = "klanten extern,88";
-constexpr const char *KLTEXT_KEYS[] = {"key-1,NODUPS,I,1,4"};

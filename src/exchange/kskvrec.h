@@ -59,20 +59,3 @@ static_assert(offsetof(kszi_rec, regel) == 2 && offsetof(kszi_rec, kltnr) == 4);
 static_assert(offsetof(kszi_rec, datum) == 8 && offsetof(kszi_rec, bonnr) == 10);
 static_assert(offsetof(kszi_rec, ean) == 12 && offsetof(kszi_rec, toestand) == 25);
 static_assert(offsetof(kszi_rec, bedrag) == 28);
-
-// Key layouts as the suite's set-up makes the files.
-constexpr const char *KSKV_LAYOUT = "9.10kltvrk,24";
-constexpr const char *KSKV_KEYS[] = {
-    "key-1,NODUPS,I,1,1,I,2,2,I,3,3,I,5,8,I,9,10,I,11,12",
-    "key-2,I,3,3,I,5,8,I,9,10,I,11,12,I,1,1,I,2,2",
-    "key-3,I,3,3,I,9,10,I,5,8,I,11,12,I,1,1,I,2,2",
-    "key-4,I,23,23,I,24,24",
-};
-constexpr const char *KSZI_LAYOUT = "9.10zicht,32";
-constexpr const char *KSZI_KEYS[] = {
-    "key-1,NODUPS,I,1,1,I,2,2,I,5,8,I,3,4,I,9,10,I,11,12",
-    "key-2,I,5,8,I,3,4,I,9,10,I,11,12,I,1,1,I,2,2",
-    "key-3,I,3,4,I,5,8,I,9,10,I,11,12,I,1,1,I,2,2",
-    "key-4,C,13,25,I,5,8,I,3,4,I,9,10,I,11,12,I,1,1,I,2,2",
-    "key-5,C,15,25,I,5,8,I,3,4,I,9,10,I,11,12,I,1,1,I,2,2",
-};

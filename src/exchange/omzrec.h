@@ -49,6 +49,3 @@ static_assert(sizeof(omz_rec) == 44);
 static_assert(offsetof(omz_rec, datum) == 2 && offsetof(omz_rec, omz_soort) == 4);
 static_assert(offsetof(omz_rec, sub1) == 8 && offsetof(omz_rec, sub2) == 10);
 static_assert(offsetof(omz_rec, tel) == 12);
-
-constexpr const char *OMZ_LAYOUT = "omzet,44";
-constexpr const char *OMZ_KEYS[] = {"key-1,NODUPS,C,5,5,I,3,4,I,1,1,I,2,2,I,9,10,I,11,12"};

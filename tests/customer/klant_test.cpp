@@ -3,7 +3,7 @@
 // receipt on the file.
 #include "base/datum.h"
 #include "customer/klant.h"
-#include "demoomz.h"
+#include "store/dd.h"
 #include "store/ix.h"
 #include "support/tmux.h"
 
@@ -110,7 +110,7 @@ TEST(Klant, NumberingRulesAndTheReceiptsEnd) {
     char cwd[4096];
     ASSERT_TRUE(getcwd(cwd, sizeof cwd));
     ASSERT_EQ(chdir(dir.path().c_str()), 0);
-    demo::make_pair("DTKLT", KLT_LAYOUT, KLT_KEYS, 3);
+    dd_create_pair(24, "DTKLT");
     ICB *icb = IXOPEN("DTKLT", 2);
     EXPECT_EQ(next_customer_number(icb, 3, 0), 1) << "no customers";
     for (int32_t nr : {1, 2, 3, 5, 999998}) {

@@ -3,11 +3,11 @@
 // once, also when it crashed before its journal copy; the cost of a
 // series/size line among its labels; the amount without VAT.
 #include "base/fatal.h"
-#include "demoomz.h"
 #include "exchange/kas_omz.h"
 #include "exchange/xchinst.h"
 #include "sale/jrnnaam.h"
 #include "sale/vrkbon.h"
+#include "store/dd.h"
 #include "store/ix.h"
 #include "support/tmux.h"
 
@@ -41,7 +41,7 @@ class Omzet : public ::testing::Test {
     void SetUp() override {
         ASSERT_TRUE(getcwd(cwd, sizeof cwd));
         ASSERT_EQ(chdir(dir.path().c_str()), 0);
-        demo::make_pair("DTOMZET", OMZ_LAYOUT, OMZ_KEYS, 1);
+        dd_create_pair(41, "DTOMZET");
         xch = xch_instelling{};
         xch.vlag1 = 2 | 4;
         nv::set_fatal_handler([](const char *t) { throw std::runtime_error(t); });

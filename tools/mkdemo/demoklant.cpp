@@ -4,6 +4,7 @@
 
 #include "base/datum.h"
 #include "customer/kltrec.h"
+#include "store/dd.h"
 #include "store/ix.h"
 
 #include <cstdio>
@@ -44,8 +45,9 @@ int32_t customer_count(const Options &opt) {
 
 std::string build_customers(const std::string &dir, const Options &opt) {
     if (!(opt.vlag1 & 1)) return "";
-    make_pair(dir + "/DTKLT", KLT_LAYOUT, KLT_KEYS, 3);
-    make_pair(dir + "/DTKLTEXT", KLTEXT_LAYOUT, KLTEXT_KEYS, 1);
+    if (!dd_create_pair(24, (dir + "/DTKLT").c_str()) ||
+        !dd_create_pair(25, (dir + "/DTKLTEXT").c_str()))
+        return "DTKLT: not in the data dictionary";
     ICB *klt = IXOPEN((dir + "/DTKLT").c_str(), 1);
     ICB *ext = IXOPEN((dir + "/DTKLTEXT").c_str(), 1);
     uint16_t today = datum_vandaag();

@@ -7,24 +7,15 @@
 #include "exchange/kskvrec.h"
 #include "exchange/omzrec.h"
 #include "sale/kas_betm.h"
+#include "store/dd.h"
 #include "store/ix.h"
 
 #include <cstdio>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace demo {
-
-std::string make_pair(const std::string &path, const char *layout, const char *const *keys,
-                      int nkeys) {
-    ICB *icb = IXCREATE(path.c_str(), 1);
-    IXUPDFCB(icb, 0, layout);
-    for (int k = 0; k < nkeys; ++k)
-        IXUPDFCB(icb, k + 1, keys[k]);
-    IXINIT(icb);
-    IXCLOSE(icb);
-    return "";
-}
 
 namespace {
 
@@ -39,12 +30,6 @@ bool write_all(const std::string &path, const void *data, size_t size) {
     if (!f) return false;
     bool ok = std::fwrite(data, 1, size, f) == size;
     return std::fclose(f) == 0 && ok;
-}
-
-template <size_t N>
-std::string make(const std::string &dir, const char *name, const char *layout,
-                 const char *const (&keys)[N]) {
-    return make_pair(dir + "/" + name, layout, keys, (int)N);
 }
 
 } // namespace
@@ -96,9 +81,9 @@ std::string build_betm(const std::string &dir, const Options &opt) {
 }
 
 std::string build_omzet(const std::string &dir, const Options &opt) {
-    make(dir, "DTOMZET", OMZ_LAYOUT, OMZ_KEYS);
-    make(dir, "KSZI", KSZI_LAYOUT, KSZI_KEYS);
-    make(dir, "KSKV", KSKV_LAYOUT, KSKV_KEYS);
+    for (auto [nr, name] : {std::pair{41, "DTOMZET"}, {29, "KSZI"}, {28, "KSKV"}})
+        if (!dd_create_pair(nr, (dir + "/" + name).c_str()))
+            return std::string(name) + ": not in the data dictionary";
     ICB *icb = IXOPEN((dir + "/KSKV").c_str(), 1);
     uint16_t today = datum_vandaag();
     bool customers = opt.vlag1 & 1;

@@ -16,10 +16,6 @@
 
 namespace demo {
 
-// An empty record store pair NAME.TXT/NAME.INX of the given layout and keys.
-std::string make_pair(const std::string &path, const char *layout, const char *const *keys,
-                      int nkeys);
-
 std::string build_betm(const std::string &dir, const Options &opt);
 std::string build_omzet(const std::string &dir, const Options &opt);
 std::string build_customers(const std::string &dir, const Options &opt);
