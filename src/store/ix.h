@@ -19,6 +19,7 @@
 
 namespace nv::store {
 struct SharedCache; // see ixblock.h
+class FileMap;      // see ixmap.h
 
 // A key descriptor in the form the key code works with; made from the header
 // at open and whenever IXUPDFCB changes a descriptor.
@@ -61,6 +62,8 @@ struct ICB {
     nv::store::KeyPlan plan[nv::store::k_max_keys]; // per key, from the descriptors
     nv::store::SharedCache *xcache;                 // index blocks cached for an exclusive open
     nv::store::SharedCache *dcache;                 // data pages cached for an exclusive open
+    nv::store::FileMap *imap;                       // fast reads of the index, nullptr for none
+    nv::store::FileMap *dmap;                       // fast reads of the data file
     dev_t idev, ddev;                               // identity of the index and the data file
     ino_t iino, dino;
     int32_t img_blk; // block whose disk bytes the image holds, -1 none

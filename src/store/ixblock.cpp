@@ -14,12 +14,12 @@
 #include "base/osfile.h"
 #include "store/ixhook.h"
 #include "store/ixint.h"
+#include "store/ixmap.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <sys/mman.h>
 #include <sys/stat.h>
 
 namespace nv::store {
@@ -41,6 +41,13 @@ int exclusive_cache_blocks() {
 }
 int exclusive_data_pages() {
     return g_dcache_pages;
+}
+
+// The flush hook. With COMMIT=YES the bytes just written go to the disk
+// itself before the store goes on; otherwise the system writes them when it
+// will, as for every other program of the suite.
+void written(ICB *icb, int fd) {
+    if (icb && icb->commit) os::calls().fsync(fd);
 }
 
 int commit_setting() {
@@ -190,32 +197,6 @@ void BlockCache::clear() {
     hand_ = 0;
 }
 
-// ---- SharedCache: the mapping
-
-void SharedCache::unmap() {
-    if (map) os::calls().munmap((void *)map, map_len);
-    map = nullptr;
-    map_len = 0;
-}
-
-// Maps twice what is needed (at least 1 MB), so that a growing file is
-// mapped anew only each time it has doubled.
-bool SharedCache::remap(int fd, int64_t need) {
-    if (map_refused) return false;
-    unmap();
-    constexpr int64_t k_step = 1 << 20;
-    int64_t want = std::max(need, pages.disk_end()) * 2;
-    size_t len = (size_t)((want + k_step - 1) / k_step * k_step);
-    void *m = os::calls().mmap(nullptr, len, PROT_READ, MAP_SHARED, fd, 0);
-    if (m == MAP_FAILED) {
-        map_refused = true;
-        return false;
-    }
-    map = (const uint8_t *)m;
-    map_len = len;
-    return true;
-}
-
 // ---- the failure reporters of the store
 
 void not_consistent(ICB *icb) {
@@ -275,6 +256,12 @@ SharedCache *data_cache(const ICB *icb) {
     return find_shared(icb->ddev, icb->dino);
 }
 
+// A read of the disk as it is: through the mapping, or a pread.
+bool disk_read(int fd, FileMap *m, off_t start, void *out, int len) {
+    if (m && m->copy(fd, start, out, (size_t)len)) return true;
+    return os::pread_full(fd, out, (size_t)len, start) == len;
+}
+
 // The page of the data cache that holds byte offset off, loaded when needed.
 uint8_t *data_page(ICB *icb, SharedCache &sc, off_t off) {
     BlockCache &c = sc.pages;
@@ -287,9 +274,7 @@ uint8_t *data_page(ICB *icb, SharedCache &sc, off_t off) {
     ssize_t n = 0;
     if (start < c.disk_end()) {
         n = (ssize_t)std::min((int64_t)c.page(), c.disk_end() - start);
-        if (const uint8_t *src = sc.mapped(icb->dfd, start, (size_t)n))
-            std::memcpy(m, src, (size_t)n);
-        else
+        if (!icb->dmap || !icb->dmap->copy(icb->dfd, start, m, (size_t)n))
             n = os::pread_full(icb->dfd, m, (size_t)c.page(), start);
     }
     if (n < 0) io_fatal(icb, icb->dpath, errno);
@@ -312,10 +297,14 @@ void xcache_open(ICB *icb) {
 }
 
 void xcache_flush(ICB *icb) {
-    if (SharedCache *c = index_cache(icb))
+    if (SharedCache *c = index_cache(icb)) {
         if (!c->pages.flush(icb->ifd)) io_fatal(icb, icb->ipath, errno);
-    if (SharedCache *c = data_cache(icb))
+        written(icb, icb->ifd);
+    }
+    if (SharedCache *c = data_cache(icb)) {
         if (!c->pages.flush(icb->dfd)) io_fatal(icb, icb->dpath, errno);
+        written(icb, icb->dfd);
+    }
 }
 
 // The file may be cut after this: what is on disk is known again only as it
@@ -324,18 +313,18 @@ void xcache_clear(ICB *icb) {
     if (SharedCache *c = index_cache(icb)) {
         c->pages.clear();
         c->pages.set_disk_end(0);
-        c->unmap();
     }
+    if (icb->imap) icb->imap->forget_size();
 }
 
 void dcache_clear(ICB *icb) {
     if (SharedCache *c = data_cache(icb)) {
         c->pages.clear();
-        c->unmap();
         c->size = 0;
         c->pages.set_limit(0);
         c->pages.set_disk_end(0);
     }
+    if (icb->dmap) icb->dmap->forget_size();
 }
 
 void xcache_drop(ICB *icb) {
@@ -345,7 +334,7 @@ void xcache_drop(ICB *icb) {
 
 bool data_read(ICB *icb, off_t start, void *out, int len) {
     SharedCache *sc = data_cache(icb);
-    if (!sc) return os::pread_full(icb->dfd, out, (size_t)len, start) == len;
+    if (!sc) return disk_read(icb->dfd, icb->dmap, start, out, len);
     if (start + len > sc->size) return false;
     BlockCache &c = sc->pages;
     const int page = c.page();
@@ -354,10 +343,9 @@ bool data_read(ICB *icb, off_t start, void *out, int len) {
         held = c.find(pg) || held;
     if (!held) {
         // Nothing of the slot is held, so the disk has it as it is.
-        if (const uint8_t *m = sc->mapped(icb->dfd, start, (size_t)len)) {
-            std::memcpy(out, m, (size_t)len);
+        if (icb->dmap && start + len <= c.disk_end() &&
+            icb->dmap->copy(icb->dfd, start, out, (size_t)len))
             return true;
-        }
         // Once the cache is full, a slot on pages that aren't held is read
         // straight from the disk: reads by key jump about the file, and a
         // page loaded for one slot would mostly push out another of use.
@@ -374,7 +362,11 @@ bool data_read(ICB *icb, off_t start, void *out, int len) {
 
 bool data_write(ICB *icb, off_t start, const void *in, int len) {
     SharedCache *sc = data_cache(icb);
-    if (!sc) return os::pwrite_full(icb->dfd, in, (size_t)len, start) == len;
+    if (!sc) {
+        if (os::pwrite_full(icb->dfd, in, (size_t)len, start) != len) return false;
+        written(icb, icb->dfd);
+        return true;
+    }
     BlockCache &c = sc->pages;
     if (start + len > sc->size) {
         sc->size = start + len;
@@ -399,10 +391,8 @@ bool block_read(ICB *icb, int32_t block, void *out) {
     }
     SharedCache *c = index_cache(icb);
     if (c && c->pages.get(block, out)) return true;
-    const uint8_t *m = c ? c->mapped(icb->ifd, (int64_t)block * 512, 512) : nullptr;
-    if (m)
-        std::memcpy(out, m, 512);
-    else if (os::pread_full(icb->ifd, out, 512, (off_t)block * 512) != 512) return false;
+    if (block < 0 || !disk_read(icb->ifd, icb->imap, (off_t)block * k_block, out, k_block))
+        return false;
     if (c && !c->pages.put(icb->ifd, block, out, false)) io_fatal(icb, icb->ipath, errno);
     return true;
 }
@@ -414,6 +404,7 @@ void block_write(ICB *icb, int32_t block, const void *in) {
     }
     if (os::pwrite_full(icb->ifd, in, 512, (off_t)block * 512) != 512)
         io_fatal(icb, icb->ipath, errno);
+    written(icb, icb->ifd);
 }
 
 } // namespace nv::store
@@ -475,6 +466,7 @@ void IXWRIX(ICB *icb, int32_t block) {
         std::memcpy(buf, &icb->hdr, k_header_bytes);
         if (nv::os::pwrite_full(icb->ifd, buf, k_block, 0) != k_block)
             io_fatal(icb, icb->ipath, errno);
+        written(icb, icb->ifd);
         return;
     }
     if (icb->cached)

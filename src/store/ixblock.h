@@ -20,14 +20,10 @@
 //
 // Frames are handed out up to a capacity and then reused by a clock sweep.
 //
-// Besides the frames, each file of an exclusive open is mapped read-only
-// into memory. What the cache doesn't hold is on disk as it is (a changed
-// page stays in a frame until it is written back), so a block or slot whose
-// pages aren't held is copied out of the mapping instead of read with a
-// system call. Only bytes below the known end of the file on disk are ever
-// touched through the mapping; the mapping reaches further, so that a file
-// that grows is not mapped anew for every page. Where the mapping can't be
-// had, everything goes through reads as before.
+// What the caches don't hold is on disk as it is (a changed page stays in a
+// frame until it is written back), so a block or slot whose pages aren't
+// held is copied out of the file's mapping (ixmap.h) instead of read with a
+// system call.
 #pragma once
 
 #include <cstddef>
@@ -98,26 +94,10 @@ struct SharedCache {
     int owners;
     int64_t size; // data file: its length as the cache knows it
     BlockCache pages;
-    const uint8_t *map = nullptr; // read-only mapping of the file, map_len bytes
-    size_t map_len = 0;
-    bool map_refused = false; // the system would not map it: reads only
     SharedCache(dev_t d, ino_t i, int capacity, int page)
         : dev(d), ino(i), owners(0), size(0), pages(capacity, page) {}
-    ~SharedCache() { unmap(); }
     SharedCache(const SharedCache &) = delete;
     SharedCache &operator=(const SharedCache &) = delete;
-    // The bytes [off, off + len) of the file as they are on disk, through
-    // the mapping; nullptr when they aren't on disk yet or can't be mapped.
-    const uint8_t *mapped(int fd, int64_t off, size_t len) {
-        int64_t end = off + (int64_t)len;
-        if (off < 0 || end > pages.disk_end()) return nullptr;
-        if ((uint64_t)end > map_len && !remap(fd, end)) return nullptr;
-        return map + off;
-    }
-    void unmap();
-
-  private:
-    bool remap(int fd, int64_t need);
 };
 
 } // namespace nv::store

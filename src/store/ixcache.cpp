@@ -38,6 +38,7 @@ void write_slot(ICB *icb, int s) {
     if (nv::os::pwrite_full(icb->ifd, slot_mem(s), k_block, (off_t)g_cache.block[s] * k_block) !=
         k_block)
         io_fatal(icb, icb->ipath, errno);
+    written(icb, icb->ifd);
     g_cache.dirty[s] = 0;
 }
 

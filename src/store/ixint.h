@@ -68,10 +68,16 @@ bool data_write(ICB *icb, off_t start, const void *in, int len);
 int IOCACHE(int op, ICB *icb, int32_t block);
 
 // Length of the whole key of the current key.
-inline int whole(ICB *icb) { return cur_plan(icb).keylen; }
+inline int whole(ICB *icb) {
+    return cur_plan(icb).keylen;
+}
 
 // Enters the current record (icb->cur_rec) under every key of the file.
 void insert_keys(ICB *icb, const void *rec);
+
+// The flush hook: stands after every write of a block, a slot or a header
+// that reaches the file.
+void written(ICB *icb, int fd);
 
 // The process-wide commit setting: COMMIT=YES 1, COMMIT=NO 0, default 0.
 int commit_setting();

@@ -13,7 +13,11 @@
 // have no time limit: the callers loop.
 //
 // Keys that are locked but have no record yet stand in the lock queue block
-// (K + 1): key-1 keys packed from byte 5, count at byte 4.
+// (K + 1): key-1 keys packed from byte 5, count at byte 4. The queue is read,
+// changed and written back under the queue lock, which is held only for that
+// moment; a process waits for it rather than change the block beside another
+// and lose that one's reservation. The queue holds 505 / (key length) keys,
+// and never more than the signed count byte can say (127).
 #include "base/catalog.h"
 #include "base/fatal.h"
 #include "base/iolock.h"
@@ -51,10 +55,15 @@ int queue_find(ICB *icb, int *count) {
     return -1;
 }
 
+void queue_lock(ICB *icb) {
+    while (!attempt(icb, 'E', icb->ifd, queue_start(icb), k_block)) {
+    }
+}
+
 int reserve_key(ICB *icb) {
     if (icb->whole_lock) return 1;
     int32_t back = icb->cur_block;
-    attempt(icb, 'E', icb->ifd, queue_start(icb), k_block);
+    queue_lock(icb);
     int n, len = icb->plan[0].keylen;
     int at = queue_find(icb, &n);
     if (at >= 0) {
@@ -63,7 +72,7 @@ int reserve_key(ICB *icb) {
         inuse(icb);
         return 0;
     }
-    if (len * (n + 1) > k_entry_area)
+    if (len * (n + 1) > k_entry_area || n + 1 > 127)
         nv::fatal("%-11.11s: %-19.19s --> %s.", icb->hdr.name, icb->hdr.title,
                   KOR(1, 236, "Lock queue vol"));
     std::memcpy(icb->blk.ent + n * len, icb->key, (size_t)len);
@@ -77,7 +86,7 @@ int reserve_key(ICB *icb) {
 int release_key(ICB *icb) {
     if (icb->whole_lock) return 1;
     int32_t back = icb->cur_block;
-    attempt(icb, 'E', icb->ifd, queue_start(icb), k_block);
+    queue_lock(icb);
     int n, len = icb->plan[0].keylen;
     int at = queue_find(icb, &n);
     if (at >= 0) {

@@ -18,6 +18,7 @@
 #include "base/osfile.h"
 #include "store/ixhook.h"
 #include "store/ixint.h"
+#include "store/ixmap.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -81,12 +82,13 @@ ICB *new_icb(int ifd, int dfd, int mode, const IxPaths &paths, const char *name)
     icb->mode = mode;
     icb->temporary = paths.temporary;
     note_identity(icb);
+    icb->imap = map_attach(ifd);
+    icb->dmap = map_attach(dfd);
     std::snprintf(icb->fname, sizeof icb->fname, "%s", name);
     std::memcpy(icb->ipath, paths.index, sizeof icb->ipath);
     std::memcpy(icb->dpath, paths.data, sizeof icb->dpath);
     return icb;
 }
-
 
 // The name field of a header as a C string.
 void header_name(const IxHeader &h, char out[12]) {
@@ -156,6 +158,8 @@ ICB *IXOPEN(const char *name, int mode) {
                               "Bestandnaam : %s\nVersie bestand : %d\nVersie pakket : %d"),
                           hn, h.version, k_version);
             flash(-1, nullptr, text);
+            map_detach(icb->imap);
+            map_detach(icb->dmap);
             nv::os::close_shared(ifd);
             nv::os::close_shared(dfd);
             delete icb;
@@ -279,6 +283,8 @@ void IXCLOSE(ICB *icb) {
         IXLOCK(icb, 11);
     }
     xcache_drop(icb);
+    map_detach(icb->imap);
+    map_detach(icb->dmap);
     nv::os::close_shared(icb->ifd);
     nv::os::close_shared(icb->dfd);
     delete icb;
@@ -303,9 +309,18 @@ int IXREADL(ICB *icb, void *rec) {
     check_icb(icb, "IXREADL");
     IXBLDKEY(icb, rec, whole(icb));
     for (;;) {
-        icb->cur_rec = IXSEARCH(icb, '=', whole(icb));
+        int32_t seen = IXSEARCH(icb, '=', whole(icb));
+        icb->cur_rec = seen;
         if (icb->mode == 0) break;
-        if (IXLOCK(icb, icb->cur_rec < 0 ? 4 : 3)) break;
+        if (!IXLOCK(icb, seen < 0 ? 4 : 3)) continue;
+        if (icb->whole_lock) break;
+        // The search ran without a lock: between it and the lock another
+        // process may have inserted the key, or deleted the record and
+        // given its slot to another. Under the lock the answer must still
+        // be the same, or the lock goes back and the round starts again.
+        if (IXSEARCH(icb, '=', whole(icb)) == seen) break;
+        icb->cur_rec = seen;
+        IXLOCK(icb, seen < 0 ? 14 : 13);
     }
     if (icb->cur_rec < 0) return 0;
     IXRDDAT(icb, rec);
@@ -351,9 +366,14 @@ int IXWRITEL(ICB *icb, void *rec) {
 
 int IXUPDATE(ICB *icb, void *rec) {
     check_icb(icb, "IXUPDATE");
-    if (!valid_rec(icb)) return 0;
     bool shared = icb->mode == 2;
+    // In shared mode the record may be younger than the header in hand:
+    // the count is judged as the prologue has read it.
     if (shared) prologue(icb);
+    if (!valid_rec(icb)) {
+        if (shared) epilogue(icb);
+        return 0;
+    }
     std::vector<uint8_t> old((size_t)icb->hdr.reclen);
     IXRDDAT(icb, old.data());
     int back = cur_key(icb);
@@ -455,7 +475,9 @@ int IXDELETE(ICB *icb, void *rec) {
 
 int IXPUTREC(ICB *icb, void *rec) {
     check_icb(icb, "IXPUTREC");
-    if (!valid_rec(icb)) return 0;
+    // The current record comes from a search; in shared mode the count in
+    // hand may be older than the record.
+    if (icb->cur_rec < 0 || (icb->mode != 2 && !valid_rec(icb))) return 0;
     IXWRDAT(icb, rec);
     IXLOCK(icb, 13);
     return 1;
