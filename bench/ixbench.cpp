@@ -29,6 +29,7 @@
 #include <random>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -86,11 +87,70 @@ int cp850(void *, int la, const void *a, int lb, const void *b) {
     return la - lb;
 }
 
+// Reads of a finished file: by number in random order, and all of it in
+// name order. For the store one row per mode, for SQLite one per locking
+// mode (exclusive beside mode 1; normal, a reader among others, beside
+// modes 0 and 2).
+struct Reads {
+    double lookup = 0, walk = 0;
+};
+
 struct Times {
-    double insert, lookup, walk;
+    double insert;
+    Reads excl, ro, shared;
+    double dump;
     std::vector<uint32_t> order;
     long long bytes;
 };
+
+// The records as ixutil dump prints them: hex, one a line.
+void print_hex(FILE *out, const uint8_t *rec) {
+    static const char digits[] = "0123456789abcdef";
+    char line[2 * k_reclen + 2];
+    for (int i = 0; i < k_reclen; ++i) {
+        line[2 * i] = digits[rec[i] >> 4];
+        line[2 * i + 1] = digits[rec[i] & 15];
+    }
+    line[2 * k_reclen] = '\n';
+    line[2 * k_reclen + 1] = 0;
+    std::fputs(line, out);
+}
+
+std::string g_ixutil; // beside this program
+
+Reads store_reads(const std::string &name, int mode, const std::vector<uint32_t> &probe,
+                  std::vector<uint32_t> *order) {
+    Reads r;
+    ICB *icb = IXOPEN(name.c_str(), mode);
+    uint8_t rec[k_reclen];
+    double t0 = now();
+    size_t found = 0;
+    for (uint32_t nr : probe) {
+        std::memcpy(rec, &nr, 4);
+        found += (size_t)IXREAD(icb, rec);
+    }
+    r.lookup = now() - t0;
+    if (found != probe.size())
+        std::fprintf(stderr, "ixbench: store (mode %d) found %zu of %zu\n", mode, found,
+                     probe.size());
+    t0 = now();
+    IXSWITCH(icb, 2);
+    std::memset(rec, 0, sizeof rec);
+    std::vector<uint32_t> got;
+    got.reserve(probe.size());
+    for (int ok = IXFIRST(icb, rec); ok; ok = IXNEXTR(icb, rec)) {
+        uint32_t nr;
+        std::memcpy(&nr, rec, 4);
+        got.push_back(nr);
+    }
+    r.walk = now() - t0;
+    IXCLOSE(icb);
+    if (order)
+        *order = std::move(got);
+    else if (got.size() != probe.size())
+        std::fprintf(stderr, "ixbench: store (mode %d) walked %zu\n", mode, got.size());
+    return r;
+}
 
 long long file_size(const std::string &p) {
     struct stat st;
@@ -119,29 +179,59 @@ Times run_store(const std::string &dir, const std::vector<Customer> &data,
     t.insert = now() - t0;
     t.bytes = file_size(name + ".INX") + file_size(name + ".TXT");
 
-    icb = IXOPEN(name.c_str(), 1);
-    t0 = now();
+    t.excl = store_reads(name, 1, probe, &t.order);
+    t.ro = store_reads(name, 0, probe, nullptr);
+    t.shared = store_reads(name, 2, probe, nullptr);
+    if (!g_ixutil.empty()) {
+        std::string cmd = g_ixutil + " dump " + name + " --key 2 > /dev/null";
+        t0 = now();
+        if (std::system(cmd.c_str()) != 0)
+            std::fprintf(stderr, "ixbench: %s failed\n", cmd.c_str());
+        t.dump = now() - t0;
+    }
+    return t;
+}
+
+// Lookups and the ordered walk on a closed database; with out, the walk
+// prints every record as ixutil dump does (and the lookups are skipped).
+Reads sqlite_reads(const std::string &path, const std::string &pragmas,
+                   const std::vector<uint32_t> &probe, std::vector<uint32_t> *order, FILE *out) {
+    Reads r;
+    sqlite3 *db;
+    if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) die("open", db);
+    sqlite3_create_collation(db, "CP850", SQLITE_UTF8, nullptr, cp850);
+    sqlite3_exec(db, pragmas.c_str(), nullptr, nullptr, nullptr);
+    sqlite3_stmt *sel;
+    sqlite3_prepare_v2(db, "SELECT rec FROM klant WHERE nr = ?", -1, &sel, nullptr);
+    uint8_t rec[k_reclen];
+    double t0 = now();
     size_t found = 0;
     for (uint32_t nr : probe) {
-        std::memcpy(rec, &nr, 4);
-        found += (size_t)IXREAD(icb, rec);
+        sqlite3_bind_int64(sel, 1, nr);
+        if (sqlite3_step(sel) == SQLITE_ROW) {
+            std::memcpy(rec, sqlite3_column_blob(sel, 0), k_reclen);
+            ++found;
+        }
+        sqlite3_reset(sel);
     }
-    t.lookup = now() - t0;
-    if (found != probe.size())
-        std::fprintf(stderr, "ixbench: store found %zu of %zu\n", found, probe.size());
+    r.lookup = now() - t0;
+    sqlite3_finalize(sel);
+    if (found != probe.size()) std::fprintf(stderr, "ixbench: sqlite found %zu\n", found);
 
     t0 = now();
-    IXSWITCH(icb, 2);
-    std::memset(rec, 0, sizeof rec);
-    t.order.reserve(data.size());
-    for (int ok = IXFIRST(icb, rec); ok; ok = IXNEXTR(icb, rec)) {
+    sqlite3_prepare_v2(db, "SELECT rec FROM klant INDEXED BY klant_naam ORDER BY naam, pc, nr", -1,
+                       &sel, nullptr);
+    while (sqlite3_step(sel) == SQLITE_ROW) {
+        std::memcpy(rec, sqlite3_column_blob(sel, 0), k_reclen);
+        if (out) print_hex(out, rec);
         uint32_t nr;
         std::memcpy(&nr, rec, 4);
-        t.order.push_back(nr);
+        if (order) order->push_back(nr);
     }
-    t.walk = now() - t0;
-    IXCLOSE(icb);
-    return t;
+    r.walk = now() - t0;
+    sqlite3_finalize(sel);
+    sqlite3_close(db);
+    return r;
 }
 
 Times run_sqlite(const std::string &dir, const std::vector<Customer> &data,
@@ -182,39 +272,15 @@ Times run_sqlite(const std::string &dir, const std::vector<Customer> &data,
     t.insert = now() - t0;
     t.bytes = file_size(path);
 
-    if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) die("open", db);
-    sqlite3_create_collation(db, "CP850", SQLITE_UTF8, nullptr, cp850);
-    sqlite3_exec(db, pragmas.c_str(), nullptr, nullptr, nullptr);
-    sqlite3_stmt *sel;
-    sqlite3_prepare_v2(db, "SELECT rec FROM klant WHERE nr = ?", -1, &sel, nullptr);
-    uint8_t rec[k_reclen];
-    t0 = now();
-    size_t found = 0;
-    for (uint32_t nr : probe) {
-        sqlite3_bind_int64(sel, 1, nr);
-        if (sqlite3_step(sel) == SQLITE_ROW) {
-            std::memcpy(rec, sqlite3_column_blob(sel, 0), k_reclen);
-            ++found;
-        }
-        sqlite3_reset(sel);
-    }
-    t.lookup = now() - t0;
-    sqlite3_finalize(sel);
-    if (found != probe.size()) std::fprintf(stderr, "ixbench: sqlite found %zu\n", found);
-
-    t0 = now();
-    sqlite3_prepare_v2(db, "SELECT rec FROM klant INDEXED BY klant_naam ORDER BY naam, pc, nr", -1,
-                       &sel, nullptr);
-    t.order.reserve(data.size());
-    while (sqlite3_step(sel) == SQLITE_ROW) {
-        std::memcpy(rec, sqlite3_column_blob(sel, 0), k_reclen);
-        uint32_t nr;
-        std::memcpy(&nr, rec, 4);
-        t.order.push_back(nr);
-    }
-    t.walk = now() - t0;
-    sqlite3_finalize(sel);
-    sqlite3_close(db);
+    t.excl = sqlite_reads(path, pragmas, probe, &t.order, nullptr);
+    std::string normal =
+        "PRAGMA locking_mode=NORMAL; PRAGMA cache_size=-" + std::to_string(cache_mb * 1024) + ";";
+    t.ro = sqlite_reads(path, normal, probe, nullptr, nullptr);
+    FILE *null = std::fopen("/dev/null", "w");
+    double t0d = now();
+    sqlite_reads(path, normal, {}, nullptr, null);
+    t.dump = now() - t0d;
+    std::fclose(null);
     return t;
 }
 
@@ -253,10 +319,17 @@ int main(int argc, char **argv) {
         probe[(size_t)i] = (uint32_t)i + 1;
     std::shuffle(probe.begin(), probe.end(), rng);
 
+    std::string self = argv[0];
+    if (size_t slash = self.rfind('/'); slash != std::string::npos) {
+        g_ixutil = self.substr(0, slash + 1) + "ixutil";
+        if (::access(g_ixutil.c_str(), X_OK) != 0) g_ixutil.clear();
+    }
     if (store_only) {
         Times s = run_store(dir, data, probe);
-        std::printf("store: insert %.3f s, lookup %.3f s, walk %.3f s\n", s.insert, s.lookup,
-                    s.walk);
+        std::printf("store: insert %.3f s, lookup %.3f/%.3f/%.3f s, walk %.3f/%.3f/%.3f s "
+                    "(modes 1/0/2)\n",
+                    s.insert, s.excl.lookup, s.ro.lookup, s.shared.lookup, s.excl.walk, s.ro.walk,
+                    s.shared.walk);
         return 0;
     }
     Times s = run_store(dir, data, probe);
@@ -273,8 +346,13 @@ int main(int argc, char **argv) {
                     n / b);
     };
     row("insert, random order", s.insert, q.insert);
-    row("point lookup by number", s.lookup, q.lookup);
-    row("ordered walk on name key", s.walk, q.walk);
+    row("lookup, mode 1 / excl.", s.excl.lookup, q.excl.lookup);
+    row("walk, mode 1 / excl.", s.excl.walk, q.excl.walk);
+    row("lookup, mode 0 / normal", s.ro.lookup, q.ro.lookup);
+    row("walk, mode 0 / normal", s.ro.walk, q.ro.walk);
+    row("lookup, mode 2 / normal", s.shared.lookup, q.ro.lookup);
+    row("walk, mode 2 / normal", s.shared.walk, q.ro.walk);
+    if (!g_ixutil.empty()) row("dump --key 2 / hex SELECT", s.dump, q.dump);
     std::printf("%-28s %10.1f %10.1f %8.2f\n", "file size MB", s.bytes / 1e6, q.bytes / 1e6,
                 (double)q.bytes / (double)s.bytes);
     return 0;

@@ -8,9 +8,10 @@
 // while it is held, never the other way round for the queue lock.
 //
 // Every attempt goes through one guard: with the whole-file lock noted in the
-// ICB it counts as done and nothing is called; otherwise a refused attempt
-// runs the in-use hook once (about two seconds) and counts as failed. Waits
-// have no time limit: the callers loop.
+// ICB it counts as done and nothing is called; otherwise a lock still refused
+// after a brief retry (below) runs the in-use hook once (about two seconds)
+// and the attempt counts as failed. Waits have no time limit: the callers
+// loop.
 //
 // Keys that are locked but have no record yet stand in the lock queue block
 // (K + 1): key-1 keys packed from byte 5, count at byte 4. The queue is read,
@@ -24,14 +25,37 @@
 #include "store/ixhook.h"
 #include "store/ixint.h"
 
+#include <algorithm>
+#include <unistd.h>
+
 using namespace nv::store;
 
 namespace {
 
+// Most locks that another process holds are held only for the moment of a
+// change (the header, the queue, a record being written back) and are free
+// again within a fraction of a millisecond. So before an attempt counts as
+// refused, and the in-use hook tells the user and takes its two seconds, it
+// tries again for half a second at growing intervals. A wait that ends
+// within that time goes by without a word.
+constexpr long k_brief_us = 500000;
+
+template <class Try> bool brief_retry(Try again) {
+    long waited = 0;
+    for (long us = 20; waited < k_brief_us; us = std::min(us * 2, 1000L)) {
+        ::usleep((useconds_t)us);
+        waited += us;
+        if (again()) return true;
+    }
+    return false;
+}
+
 bool attempt(ICB *icb, int op, int fd, off_t start, off_t len) {
     if (icb->whole_lock) return true;
     if (IOLOCK(op, fd, start, len)) return true;
-    if (op != 'U') inuse(icb);
+    if (op == 'U') return false;
+    if (brief_retry([&] { return IOLOCK(op, fd, start, len); })) return true;
+    inuse(icb);
     return false;
 }
 
@@ -68,8 +92,17 @@ int reserve_key(ICB *icb) {
     int at = queue_find(icb, &n);
     if (at >= 0) {
         attempt(icb, 'U', icb->ifd, queue_start(icb), k_block);
+        // The key may leave the queue at once (its record written, or
+        // the reservation given up): then the caller searches again
+        // without the in-use wait.
+        bool gone = brief_retry([&] {
+            queue_lock(icb);
+            bool there = queue_find(icb, &n) >= 0;
+            attempt(icb, 'U', icb->ifd, queue_start(icb), k_block);
+            return !there;
+        });
         if (back > 0) IXRDIX(icb, back);
-        inuse(icb);
+        if (!gone) inuse(icb);
         return 0;
     }
     if (len * (n + 1) > k_entry_area || n + 1 > 127)

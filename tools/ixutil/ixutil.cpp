@@ -126,14 +126,25 @@ bool from_hex(const char *s, std::vector<uint8_t> &rec) {
     return true;
 }
 
+// One record as a line of hex. A dump prints millions of digits, so they
+// come from a table of pairs, into one line buffer, out through a large
+// stdout buffer.
 void print_hex(const std::vector<uint8_t> &rec) {
-    static const char digits[] = "0123456789abcdef";
-    std::string line(rec.size() * 2, '0');
-    for (size_t i = 0; i < rec.size(); ++i) {
-        line[2 * i] = digits[rec[i] >> 4];
-        line[2 * i + 1] = digits[rec[i] & 15];
+    static char pairs[256][2];
+    static bool made = false;
+    if (!made) {
+        static const char digits[] = "0123456789abcdef";
+        for (int b = 0; b < 256; ++b)
+            pairs[b][0] = digits[b >> 4], pairs[b][1] = digits[b & 15];
+        made = true;
     }
-    std::puts(line.c_str());
+    static std::vector<char> line;
+    line.resize(rec.size() * 2 + 1);
+    char *o = line.data();
+    for (uint8_t b : rec)
+        std::memcpy(o, pairs[b], 2), o += 2;
+    *o++ = '\n';
+    std::fwrite(line.data(), 1, (size_t)(o - line.data()), stdout);
 }
 
 int cmd_create(int argc, char **argv) {
@@ -233,6 +244,8 @@ int cmd_dump(int argc, char **argv) {
         std::fprintf(stderr, "ixutil: key %d: the file has keys 1 to %d\n", key, h.nkeys);
         return 1;
     }
+    static char outbuf[1 << 16];
+    std::setvbuf(stdout, outbuf, _IOFBF, sizeof outbuf);
     ICB *icb = IXOPEN(argv[2], 0);
     IXSWITCH(icb, key);
     std::vector<uint8_t> rec((size_t)icb->hdr.reclen, 0);
