@@ -3,6 +3,7 @@
 
 #include "base/catalog.h"
 #include "base/fatal.h"
+#include "base/fileutil.h"
 #include "base/scramble.h"
 #include "frame/iosys.h"
 #include "store/iomaat.h"
@@ -57,6 +58,17 @@ void screen_wait(const char *text) {
     SCRFLUSH(0);
 }
 
+} // namespace
+
+void store_inuse_text(ICB *icb, char *out, size_t size) {
+    char who[200];
+    off_t at = icb->cur_rec >= 0 ? (off_t)icb->cur_rec * icb->hdr.reclen : 0;
+    sys_lock_text("", icb->dfd, at, icb->hdr.reclen, who, sizeof who);
+    std::snprintf(out, size, "%-.11s: %-.19s --> %.80s", icb->fname, icb->hdr.title, who);
+}
+
+namespace {
+
 // The record store's wait for a locked record: who holds it, on the bottom
 // row, for two seconds.
 void store_inuse(ICB *icb) {
@@ -64,14 +76,22 @@ void store_inuse(ICB *icb) {
         sleep(2);
         return;
     }
-    char who[200];
-    off_t at = icb->cur_rec >= 0 ? IXSEEKDAT(icb) : 0;
-    sys_lock_text("", icb->dfd, at, icb->hdr.reclen, who, sizeof who);
+    char line[320];
+    store_inuse_text(icb, line, sizeof line);
     WINOPEN(term_state->term_lines, 1, 1, term_state->term_cols, 3);
-    WINTEXT(A_BOLD, 1, 1, "%-.11s: %-.19s --> %.80s", icb->fname, icb->hdr.title, who);
+    WINTEXT(A_BOLD, 1, 1, "%s", line);
     SCRFLUSH(2);
     WINCLOSE();
     SCRFLUSH(0);
+}
+
+// A file_lock that is refused: the ordinary message box, for a second.
+void file_wait(const char *text) {
+    if (!term_state || term_state->term_top < 0) {
+        sleep(1);
+        return;
+    }
+    FFLASH(1, 1, A_BOLD, "", "%s", text);
 }
 
 // The store's questions and messages go into the ordinary message box.
@@ -129,7 +149,9 @@ void write_user(int action) {
 }
 } // namespace
 
-void set_start_hooks(const StartHooks &h) { g_hooks = h; }
+void set_start_hooks(const StartHooks &h) {
+    g_hooks = h;
+}
 
 void set_compiled(const char *date, const char *time) {
     std::snprintf(g_compiled, sizeof g_compiled, "%s %s", date, time);
@@ -156,8 +178,8 @@ void info_window(bool wait) {
     std::snprintf(b[3], sizeof b[3], "%s (%c)", user_name, user.rechten ? user.rechten : ' ');
     std::snprintf(b[4], sizeof b[4], "%.2f", mb);
     std::snprintf(b[5], sizeof b[5], "%s %s", term ? term : "", tty ? tty : "");
-    const Row rows[] = {{"Program", OWN_NAME}, {"Version", b[0]},   {"Compiled", b[1]},
-                        {"Application", b[2]}, {"Userinfo", b[3]},  {"Directory", cwd},
+    const Row rows[] = {{"Program", OWN_NAME}, {"Version", b[0]},  {"Compiled", b[1]},
+                        {"Application", b[2]}, {"Userinfo", b[3]}, {"Directory", cwd},
                         {"Diskfree Mb", b[4]}, {"Tty", b[5]}};
     int r = 2;
     for (const Row &row : rows) {
@@ -175,7 +197,8 @@ void info_window(bool wait) {
 
 void wrong_start(int code) {
     if (term_state && term_state->term_top >= 0) {
-        while (term_state->term_top > term_state->term_base) WINCLOSE();
+        while (term_state->term_top > term_state->term_base)
+            WINCLOSE();
         WINCLREOS(1, 1);
         info_window(false);
     }
@@ -229,6 +252,7 @@ void frame_start(const char *name, const char *date, int argc, char **argv) {
     nv::store::set_progress_hook(term_progress);
     nv::store::set_iomaat_error_hook(term_support_error);
     nv::store::set_iomaat_stamp_hook(size_stamp);
+    nv::set_file_wait_hook(file_wait);
     if (g_hooks.after_start) g_hooks.after_start();
 }
 

@@ -12,6 +12,10 @@
 
 #include "frame/sysrec.h"
 
+#include <cstddef>
+
+struct ICB;
+
 namespace frame {
 
 extern const char *const OWN_NAME;    // "norvanke"
@@ -19,13 +23,13 @@ extern const char *const VERSION;     // "8.70 " (also the release mark of the f
 extern const int NUMBER;              // 870
 extern const char *const DATE_STRING; // "05-4-2016"
 
-extern char caller[16];       // the program that started us; cleared after first use
-extern bool background;       // started by the background run: dialogs don't wait
-extern long user_nr;          // record number of the user
-extern sys_gebruiker user;    // copy of the user's record (unscrambled name apart)
-extern char user_name[20];    // the name in clear text
-extern sys_bedrijf company;   // record 1
-extern sys_land country;      // record 15
+extern char caller[16];     // the program that started us; cleared after first use
+extern bool background;     // started by the background run: dialogs don't wait
+extern long user_nr;        // record number of the user
+extern sys_gebruiker user;  // copy of the user's record (unscrambled name apart)
+extern char user_name[20];  // the name in clear text
+extern sys_bedrijf company; // record 1
+extern sys_land country;    // record 15
 
 // Seams that later modules fill (start steps 10 and 12, hand-over step 2).
 struct StartHooks {
@@ -39,6 +43,12 @@ void set_compiled(const char *date, const char *time);
 void frame_start(const char *name, const char *date, int argc, char **argv);
 [[noreturn]] void wrong_start(int code);
 [[noreturn]] void start_program(const char *name);
+
+// The line that the record store's in-use hook shows while this process
+// waits for a record: "%-.11s: %-.19s --> " with the file's name and title,
+// then who holds the record (the user whose slot of the system file the
+// holding process has locked), at most 80 columns of it.
+void store_inuse_text(ICB *icb, char *out, size_t size);
 
 // The information window (F10 at the menu). With `wait` it waits for ENTER.
 void info_window(bool wait);

@@ -1,7 +1,9 @@
 // ixutil: the record store from the command line.
 //
 //   ixutil create NAME 'TITLE,RECLEN' 'KEYDESC' ['KEYDESC' ...]
-//   ixutil apply NAME [--shared]      operations from stdin, one per line:
+//   ixutil apply NAME [--shared]      operations from stdin, one per line,
+//        in exclusive mode, or in shared mode beside other processes (a
+//        wait for a lock shows who holds it on stderr every two seconds):
 //        write HEX    insert or update the whole record
 //        delete HEX   delete the record with the key 1 of HEX, when there
 //        readl HEX    read with lock        unlock HEX   release it
@@ -212,10 +214,19 @@ int cmd_apply(int argc, char **argv) {
             break;
         }
         if (std::strcmp(line, "write") == 0) {
+            // The key is locked (or reserved) before the write, so that no
+            // other process changes the record in between; in exclusive
+            // mode the lock is the whole file's.
+            std::vector<uint8_t> old = rec;
+            IXSWITCH(icb, 1);
+            IXREADL(icb, old.data());
             IXWRITE(icb, rec.data());
         } else if (std::strcmp(line, "delete") == 0) {
             IXSWITCH(icb, 1);
-            if (IXREAD(icb, rec.data())) IXDELETE(icb, rec.data());
+            if (IXREADL(icb, rec.data()))
+                IXDELETE(icb, rec.data());
+            else
+                IXUNLOCK(icb, rec.data());
         } else if (std::strcmp(line, "readl") == 0) {
             IXSWITCH(icb, 1);
             IXREADL(icb, rec.data());

@@ -1,0 +1,364 @@
+// Shared mode between real processes: counters that several processes
+// increment through IXREADL/IXWRITE, the header lock, a reader walking while
+// a writer inserts, the lock queue's capacity, a writer killed inside a
+// change, and files that shrink under a reader's mapping.
+#include "base/osfile.h"
+#include "store/ix.h"
+#include "store/ixhook.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <random>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+using namespace nv::store;
+
+namespace {
+
+struct Counter {
+    uint32_t nr;
+    uint32_t count;
+    char name[24];
+};
+static_assert(sizeof(Counter) == 32);
+
+class Shared : public ::testing::Test {
+  protected:
+    std::string dir;
+    void SetUp() override {
+        char tmpl[] = "/tmp/nvsharedXXXXXX";
+        dir = mkdtemp(tmpl);
+    }
+    void TearDown() override {
+        set_inuse_hook(nullptr);
+        set_eof_hook(nullptr);
+        nv::os::reset_calls();
+        std::string cmd = "rm -rf " + dir;
+        if (std::system(cmd.c_str()) != 0) std::perror("rm");
+    }
+    std::string path(const char *n) { return dir + "/" + n; }
+    // Counters: key 1 the number, key 2 the name with duplicates.
+    std::string counters(const char *n) {
+        std::string name = path(n);
+        ICB *icb = IXCREATE(name.c_str(), 1);
+        IXUPDFCB(icb, 0, "tellers,32");
+        IXUPDFCB(icb, 1, "nr,I,1,4");
+        IXUPDFCB(icb, 2, "naam,C,9,32");
+        IXINIT(icb);
+        IXCLOSE(icb);
+        return name;
+    }
+};
+
+int wait_exit(pid_t pid) {
+    int st = 0;
+    if (waitpid(pid, &st, 0) != pid) return -1;
+    return WIFEXITED(st) ? WEXITSTATUS(st) : 128 + WTERMSIG(st);
+}
+
+int g_waits = 0;
+void short_wait(ICB *) {
+    ++g_waits;
+    ::usleep(1000);
+}
+
+uint8_t header_byte(const std::string &inx, long off) {
+    uint8_t b = 0xEE;
+    int fd = ::open(inx.c_str(), O_RDONLY);
+    if (fd >= 0 && ::pread(fd, &b, 1, off) != 1) b = 0xEE;
+    ::close(fd);
+    return b;
+}
+
+// Four processes increment 24 counters, 400 times each, from nothing: the
+// first to find a counter absent reserves its key and inserts it, the others
+// wait for the record. No increment may be lost, no record made twice, and
+// the busy mark and the queue are clear at the end.
+TEST_F(Shared, CountersOfSeveralProcessesLoseNoUpdate) {
+    std::string name = counters("DTTEL");
+    const int procs = 4, rounds = 400, nkeys = 24;
+    int go[2];
+    ASSERT_EQ(::pipe(go), 0);
+    std::vector<pid_t> kids;
+    for (int p = 0; p < procs; ++p) {
+        pid_t k = fork();
+        if (k == 0) {
+            set_inuse_hook(short_wait);
+            ICB *icb = IXOPEN(name.c_str(), 2);
+            char x;
+            ::close(go[1]);
+            if (::read(go[0], &x, 1) != 0) _exit(3); // all start together
+
+            std::mt19937 rng(1000 + p);
+            for (int i = 0; i < rounds; ++i) {
+                Counter c{};
+                c.nr = 1 + rng() % nkeys;
+                int had = IXREADL(icb, &c);
+                if (!had) std::snprintf(c.name, sizeof c.name, "teller %02u", c.nr % 5);
+                ++c.count;
+                if (IXWRITE(icb, &c) != 1) _exit(2);
+            }
+            IXCLOSE(icb);
+            _exit(0);
+        }
+        kids.push_back(k);
+    }
+    ::close(go[0]);
+    ::close(go[1]);
+    for (pid_t k : kids)
+        ASSERT_EQ(wait_exit(k), 0);
+
+    ICB *icb = IXOPEN(name.c_str(), 0);
+    EXPECT_EQ(icb->hdr.reccount, nkeys) << "each counter made once";
+    EXPECT_EQ(icb->hdr.busy, 0);
+    long sum = 0;
+    int n = 0;
+    Counter c{};
+    for (int ok = IXFIRST(icb, &c); ok; ok = IXNEXTR(icb, &c), ++n)
+        sum += c.count;
+    EXPECT_EQ(sum, procs * rounds);
+    EXPECT_EQ(n, nkeys);
+    IXSWITCH(icb, 2);
+    c = Counter{};
+    n = 0;
+    for (int ok = IXFIRST(icb, &c); ok; ok = IXNEXTR(icb, &c))
+        ++n;
+    EXPECT_EQ(n, nkeys) << "the second key followed every insert";
+    IXCLOSE(icb);
+    EXPECT_EQ(header_byte(name + ".INX", 3 * 512 + 4), 0) << "no key left reserved";
+}
+
+// One process holds the header lock (a change of its own in progress); a
+// writer of another process waits for it, through the in-use hook, and its
+// change goes in when the lock is released. A record lock held across a
+// pause blocks a second writer the same way.
+int g_release = -1;
+TEST_F(Shared, HeaderAndRecordLocksMakeAWriterWait) {
+    std::string name = counters("DTWACHT");
+    for (int action : {2, 3}) {
+        SCOPED_TRACE(action == 2 ? "header lock" : "record lock");
+        int ready[2], release[2];
+        ASSERT_EQ(::pipe(ready), 0);
+        ASSERT_EQ(::pipe(release), 0);
+        pid_t kid = fork();
+        if (kid == 0) {
+            ICB *icb = IXOPEN(name.c_str(), 2);
+            Counter c{};
+            c.nr = 7;
+            if (action == 2)
+                IXLOCK(icb, 2);
+            else if (IXREADL(icb, &c) != 1)
+                _exit(4);
+            char x;
+            if (::write(ready[1], "r", 1) != 1 || ::read(release[0], &x, 1) != 1) _exit(3);
+            if (action == 2)
+                IXLOCK(icb, 12);
+            else
+                IXUNLOCK(icb, &c);
+            IXCLOSE(icb);
+            _exit(0);
+        }
+        char x;
+        ASSERT_EQ(::read(ready[0], &x, 1), 1);
+        g_release = release[1];
+        g_waits = 0;
+        set_inuse_hook([](ICB *) {
+            if (++g_waits == 2 && ::write(g_release, "g", 1) != 1) std::abort();
+            ::usleep(1000);
+        });
+        ICB *icb = IXOPEN(name.c_str(), 2);
+        Counter c{};
+        c.nr = 7;
+        int had = IXREADL(icb, &c);
+        EXPECT_EQ(had, action == 2 ? 0 : 1);
+        c.count += 10;
+        EXPECT_EQ(IXWRITE(icb, &c), 1);
+        EXPECT_GE(g_waits, 2) << "the writer waited for the other process";
+        IXCLOSE(icb);
+        EXPECT_EQ(wait_exit(kid), 0);
+        ::close(ready[0]), ::close(ready[1]), ::close(release[0]), ::close(release[1]);
+    }
+    ICB *icb = IXOPEN(name.c_str(), 0);
+    Counter c{};
+    c.nr = 7;
+    ASSERT_EQ(IXREAD(icb, &c), 1);
+    EXPECT_EQ(c.count, 20u);
+    IXCLOSE(icb);
+}
+
+// A reader in mode 0 walks both keys while a writer in mode 2 inserts and
+// updates: every record that was there before the walk began is seen once,
+// in order, and a record changed by the writer is seen at once.
+TEST_F(Shared, ReaderWalksWhileAWriterInserts) {
+    std::string name = counters("DTLOOP");
+    ICB *icb = IXOPEN(name.c_str(), 1);
+    for (uint32_t nr = 2; nr <= 6000; nr += 2) {
+        Counter c{};
+        c.nr = nr;
+        std::snprintf(c.name, sizeof c.name, "k%05u", (nr * 7919u) % 60000u);
+        IXWRITE(icb, &c);
+    }
+    IXCLOSE(icb);
+    int stop[2], ready[2];
+    ASSERT_EQ(::pipe(stop), 0);
+    ASSERT_EQ(::pipe(ready), 0);
+    pid_t kid = fork();
+    if (kid == 0) {
+        ::close(stop[1]);
+        fcntl(stop[0], F_SETFL, O_NONBLOCK);
+        ICB *w = IXOPEN(name.c_str(), 2);
+        Counter c{};
+        c.nr = 2;
+        std::snprintf(c.name, sizeof c.name, "k%05u", (2 * 7919u) % 60000u);
+        IXREADL(w, &c);
+        c.count = 99;
+        IXWRITE(w, &c);
+        if (::write(ready[1], "r", 1) != 1) _exit(3);
+        char x;
+        for (uint32_t nr = 1; ::read(stop[0], &x, 1) < 0; nr = nr % 60000 + 2) {
+            Counter n{};
+            n.nr = nr;
+            IXREADL(w, &n);
+            std::snprintf(n.name, sizeof n.name, "k%05u", (nr * 7919u) % 60000u);
+            ++n.count;
+            IXWRITE(w, &n);
+        }
+        IXCLOSE(w);
+        _exit(0);
+    }
+    ::close(stop[0]);
+    char x;
+    ASSERT_EQ(::read(ready[0], &x, 1), 1);
+    ICB *r = IXOPEN(name.c_str(), 0);
+    Counter c{};
+    c.nr = 2;
+    ASSERT_EQ(IXREAD(r, &c), 1);
+    EXPECT_EQ(c.count, 99u) << "the writer's update is seen at once";
+    // Rounds go on until the writer's inserts have been met during a walk.
+    uint32_t odds = 0;
+    for (int round = 0; round < 5 || (odds == 0 && round < 1000); ++round) {
+        for (int key : {1, 2}) {
+            IXSWITCH(r, key);
+            c = Counter{};
+            uint32_t evens = 0, last_nr = 0;
+            std::string last_name;
+            for (int ok = IXFIRST(r, &c); ok; ok = IXNEXTR(r, &c)) {
+                if (key == 1) {
+                    ASSERT_GT(c.nr, last_nr);
+                    last_nr = c.nr;
+                } else {
+                    ASSERT_GE(std::string(c.name), last_name);
+                    last_name = c.name;
+                }
+                evens += c.nr % 2 == 0 && c.nr <= 6000;
+                odds += c.nr % 2;
+            }
+            EXPECT_EQ(evens, 3000u) << "key " << key << ", round " << round;
+        }
+    }
+    EXPECT_GT(odds, 0u);
+    IXCLOSE(r);
+    ::close(stop[1]);
+    EXPECT_EQ(wait_exit(kid), 0);
+}
+
+// With one key of 8 bytes the queue holds 63 reserved keys; the 64th ends
+// the program. Releasing empties it again.
+TEST_F(Shared, LockQueueHolds63KeysOfEightBytes) {
+    std::string name = path("DTRIJ");
+    ICB *icb = IXCREATE(name.c_str(), 1);
+    IXUPDFCB(icb, 0, "rij,12");
+    IXUPDFCB(icb, 1, "sleutel,I,1,4,I,5,8");
+    IXINIT(icb);
+    IXCLOSE(icb);
+    auto reserve = [&](int n) {
+        ICB *f = IXOPEN(name.c_str(), 2);
+        for (uint32_t i = 1; i <= (uint32_t)n; ++i) {
+            uint32_t rec[3] = {i, i * 3, 0};
+            if (IXREADL(f, rec) != 0) std::exit(5);
+        }
+        return f;
+    };
+    icb = reserve(63);
+    EXPECT_EQ(header_byte(name + ".INX", 2 * 512 + 4), 63);
+    for (uint32_t i = 1; i <= 63; ++i) {
+        uint32_t rec[3] = {i, i * 3, 0};
+        IXUNLOCK(icb, rec);
+    }
+    EXPECT_EQ(header_byte(name + ".INX", 2 * 512 + 4), 0);
+    IXCLOSE(icb);
+    // Reservations outlive their process: this one leaves 63 behind.
+    EXPECT_EXIT(reserve(64), ::testing::ExitedWithCode(1), "Lock queue vol");
+}
+
+// A writer killed between the prologue and the epilogue of a change leaves
+// the busy mark on disk, and the next open reports the file as damaged at
+// its first root read. With COMMIT=YES each write of the change is synced.
+int g_data_fd = -1, g_syncs = 0;
+TEST_F(Shared, KilledInsideAChangeLeavesTheBusyMark) {
+    std::string name = counters("DTKILL");
+    pid_t kid = fork();
+    if (kid == 0) {
+        ICB *icb = IXOPEN(name.c_str(), 2);
+        icb->commit = 1;
+        g_data_fd = icb->dfd;
+        nv::os::calls().fsync = [](int) { return ++g_syncs, 0; };
+        nv::os::calls().pwrite = [](int fd, const void *b, size_t n, off_t o) {
+            if (fd == g_data_fd && g_syncs >= 2) ::raise(SIGKILL); // after the mark
+            return ::pwrite(fd, b, n, o);
+        };
+        Counter c{};
+        c.nr = 1;
+        IXREADL(icb, &c);
+        IXWRITE(icb, &c);
+        _exit(0);
+    }
+    EXPECT_EQ(wait_exit(kid), 128 + SIGKILL);
+    EXPECT_EQ(header_byte(name + ".INX", 45), 1);
+    EXPECT_EXIT(IXOPEN(name.c_str(), 0), ::testing::ExitedWithCode(1), "Niet consistent");
+}
+
+// Files cut under a reader that reads through its mapping: a slot beyond
+// the new end reads as free, an index block beyond it goes the store's
+// end-of-file road. Never a SIGBUS.
+TEST_F(Shared, FilesCutUnderAReaderGiveTheStoresAnswer) {
+    std::string name = counters("DTKORT");
+    ICB *w = IXOPEN(name.c_str(), 1);
+    for (uint32_t nr = 1; nr <= 3000; ++nr) {
+        Counter c{};
+        c.nr = nr;
+        IXWRITE(w, &c);
+    }
+    IXCLOSE(w);
+    ICB *r = IXOPEN(name.c_str(), 0);
+    Counter c{};
+    ASSERT_EQ(IXGET(r, &c, 2999), 1);
+    ASSERT_EQ(::truncate((name + ".TXT").c_str(), 1000 * 32), 0);
+    EXPECT_EQ(IXGET(r, &c, 2999), 0) << "a slot past the end reads as free";
+    EXPECT_EQ(IXGET(r, &c, 999), 1);
+    c.nr = 3000;
+    EXPECT_EQ(IXREAD(r, &c), 0);
+    auto cut_index_and_walk = [&] {
+        set_eof_hook([](const char *line) {
+            std::fprintf(stderr, "%s\n", line);
+            return false;
+        });
+        if (::truncate((name + ".INX").c_str(), 4 * 512) != 0) std::exit(4);
+        c = Counter{};
+        for (int ok = IXFIRST(r, &c); ok; ok = IXNEXTR(r, &c)) {
+        }
+        std::exit(0);
+    };
+    EXPECT_EXIT(cut_index_and_walk(), ::testing::ExitedWithCode(1), "EOF: r=.*Niet consistent");
+    IXCLOSE(r);
+}
+
+} // namespace
