@@ -149,9 +149,7 @@ void write_user(int action) {
 }
 } // namespace
 
-void set_start_hooks(const StartHooks &h) {
-    g_hooks = h;
-}
+void set_start_hooks(const StartHooks &h) { g_hooks = h; }
 
 void set_compiled(const char *date, const char *time) {
     std::snprintf(g_compiled, sizeof g_compiled, "%s %s", date, time);
@@ -178,8 +176,8 @@ void info_window(bool wait) {
     std::snprintf(b[3], sizeof b[3], "%s (%c)", user_name, user.rechten ? user.rechten : ' ');
     std::snprintf(b[4], sizeof b[4], "%.2f", mb);
     std::snprintf(b[5], sizeof b[5], "%s %s", term ? term : "", tty ? tty : "");
-    const Row rows[] = {{"Program", OWN_NAME}, {"Version", b[0]},  {"Compiled", b[1]},
-                        {"Application", b[2]}, {"Userinfo", b[3]}, {"Directory", cwd},
+    const Row rows[] = {{"Program", OWN_NAME}, {"Version", b[0]},   {"Compiled", b[1]},
+                        {"Application", b[2]}, {"Userinfo", b[3]},  {"Directory", cwd},
                         {"Diskfree Mb", b[4]}, {"Tty", b[5]}};
     int r = 2;
     for (const Row &row : rows) {
@@ -197,8 +195,7 @@ void info_window(bool wait) {
 
 void wrong_start(int code) {
     if (term_state && term_state->term_top >= 0) {
-        while (term_state->term_top > term_state->term_base)
-            WINCLOSE();
+        while (term_state->term_top > term_state->term_base) WINCLOSE();
         WINCLREOS(1, 1);
         info_window(false);
     }

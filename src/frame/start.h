@@ -23,13 +23,13 @@ extern const char *const VERSION;     // "8.70 " (also the release mark of the f
 extern const int NUMBER;              // 870
 extern const char *const DATE_STRING; // "05-4-2016"
 
-extern char caller[16];     // the program that started us; cleared after first use
-extern bool background;     // started by the background run: dialogs don't wait
-extern long user_nr;        // record number of the user
-extern sys_gebruiker user;  // copy of the user's record (unscrambled name apart)
-extern char user_name[20];  // the name in clear text
-extern sys_bedrijf company; // record 1
-extern sys_land country;    // record 15
+extern char caller[16];       // the program that started us; cleared after first use
+extern bool background;       // started by the background run: dialogs don't wait
+extern long user_nr;          // record number of the user
+extern sys_gebruiker user;    // copy of the user's record (unscrambled name apart)
+extern char user_name[20];    // the name in clear text
+extern sys_bedrijf company;   // record 1
+extern sys_land country;      // record 15
 
 // Seams that later modules fill (start steps 10 and 12, hand-over step 2).
 struct StartHooks {
