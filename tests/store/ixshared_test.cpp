@@ -361,4 +361,44 @@ TEST_F(Shared, FilesCutUnderAReaderGiveTheStoresAnswer) {
     IXCLOSE(r);
 }
 
+// ixutil apply --shared waits for a record that this process holds, saying
+// on stderr who is in the way, and writes it once it is free.
+TEST_F(Shared, IxutilApplyWaitsForTheRecordLock) {
+    std::string ix = std::string(NV_BIN_DIR) + "/ixutil";
+    if (::access(ix.c_str(), X_OK) != 0) GTEST_SKIP() << "ixutil not built";
+    std::string name = counters("DTAPPLY");
+    ICB *icb = IXOPEN(name.c_str(), 2);
+    Counter c{};
+    c.nr = 1;
+    IXREADL(icb, &c);
+    IXWRITEL(icb, &c); // written, and still held
+    std::string err = path("apply.err");
+    std::string cmd = "printf 'write 01000000050000006e69657577000000000000000000000000000000"
+                      "00000000\\n' | " +
+                      ix + " apply " + name + " --shared 2>" + err;
+    pid_t kid = fork();
+    if (kid == 0) _exit(std::system(cmd.c_str()) == 0 ? 0 : 1);
+    std::string said;
+    for (int i = 0; i < 600 && said.find("in gebruik") == std::string::npos; ++i) {
+        ::usleep(50000);
+        FILE *f = std::fopen(err.c_str(), "r");
+        said.clear();
+        for (int ch; f && (ch = std::fgetc(f)) != EOF;)
+            said += (char)ch;
+        if (f) std::fclose(f);
+    }
+    EXPECT_NE(
+        said.find("DTAPPLY    : tellers             --> Informatie in gebruik op ander scherm"),
+        std::string::npos)
+        << said;
+    IXUNLOCK(icb, &c);
+    EXPECT_EQ(wait_exit(kid), 0);
+    c = Counter{};
+    c.nr = 1;
+    ASSERT_EQ(IXREAD(icb, &c), 1);
+    EXPECT_EQ(c.count, 5u);
+    EXPECT_STREQ(c.name, "nieuw");
+    IXCLOSE(icb);
+}
+
 } // namespace
