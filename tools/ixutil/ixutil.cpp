@@ -32,6 +32,9 @@
 #include <string>
 #include <sys/stat.h>
 #include <vector>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 using namespace nv::store;
 
@@ -128,9 +131,9 @@ bool from_hex(const char *s, std::vector<uint8_t> &rec) {
     return true;
 }
 
-// One record as a line of hex. A dump prints millions of digits, so they
-// come from a table of pairs, into one line buffer, out through a large
-// stdout buffer.
+// One record as a line of hex. A dump prints millions of digits: sixteen
+// bytes at a time with SSE2 where the machine has it, the rest from a table
+// of pairs; one line buffer, out through a large stdout buffer.
 void print_hex(const std::vector<uint8_t> &rec) {
     static char pairs[256][2];
     static bool made = false;
@@ -143,8 +146,22 @@ void print_hex(const std::vector<uint8_t> &rec) {
     static std::vector<char> line;
     line.resize(rec.size() * 2 + 1);
     char *o = line.data();
-    for (uint8_t b : rec)
-        std::memcpy(o, pairs[b], 2), o += 2;
+    size_t i = 0;
+#ifdef __SSE2__
+    const __m128i low = _mm_set1_epi8(0x0F), nine = _mm_set1_epi8(9);
+    const __m128i zero = _mm_set1_epi8('0'), gap = _mm_set1_epi8('a' - '0' - 10);
+    auto digits = [&](__m128i n) {
+        return _mm_add_epi8(_mm_add_epi8(n, zero), _mm_and_si128(_mm_cmpgt_epi8(n, nine), gap));
+    };
+    for (; i + 16 <= rec.size(); i += 16, o += 32) {
+        __m128i v = _mm_loadu_si128((const __m128i *)(rec.data() + i));
+        __m128i hi = _mm_and_si128(_mm_srli_epi16(v, 4), low), lo = _mm_and_si128(v, low);
+        _mm_storeu_si128((__m128i *)o, digits(_mm_unpacklo_epi8(hi, lo)));
+        _mm_storeu_si128((__m128i *)(o + 16), digits(_mm_unpackhi_epi8(hi, lo)));
+    }
+#endif
+    for (; i < rec.size(); ++i, o += 2)
+        std::memcpy(o, pairs[rec[i]], 2);
     *o++ = '\n';
     std::fwrite(line.data(), 1, (size_t)(o - line.data()), stdout);
 }
