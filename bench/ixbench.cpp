@@ -1,6 +1,6 @@
 // ixbench: the record store beside SQLite on one workload, in one run.
 //
-//   ixbench [N] [--dir DIR] [--seed S] [--cache MB]
+//   ixbench [N] [--dir DIR] [--seed S] [--cache MB] [--store-only] [--no-map]
 //
 // N customer records of 312 bytes (the customer file's layout) with three
 // keys: the number; 10 bytes of name, the postcode and the number; the
@@ -18,6 +18,7 @@
 // means the store is faster.
 #include "store/ix.h"
 #include "store/ixcoll.h"
+#include "store/ixmap.h"
 
 #include <sqlite3.h>
 
@@ -301,11 +302,13 @@ int main(int argc, char **argv) {
             cache_mb = std::atoi(argv[++i]);
         else if (a == "--store-only")
             store_only = true;
+        else if (a == "--no-map")
+            nv::store::set_fast_reads(false); // every read a pread, as before the mappings
         else if (a[0] != '-')
             n = std::atoi(a.c_str());
         else {
-            std::fprintf(stderr,
-                         "usage: ixbench [N] [--dir DIR] [--seed S] [--cache MB] [--store-only]\n");
+            std::fprintf(stderr, "usage: ixbench [N] [--dir DIR] [--seed S] [--cache MB] "
+                                 "[--store-only] [--no-map]\n");
             return 2;
         }
     }
