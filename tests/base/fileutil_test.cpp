@@ -2,6 +2,7 @@
 // temporary names, copy and move, and a lock that makes a copy wait for
 // another process.
 #include "base/fileutil.h"
+#include "support/tmux.h"
 
 #include <gtest/gtest.h>
 
@@ -18,16 +19,9 @@ namespace {
 
 class FileUtil : public ::testing::Test {
   protected:
-    std::string dir;
-    void SetUp() override {
-        char tmpl[] = "/tmp/nvfileXXXXXX";
-        dir = mkdtemp(tmpl);
-    }
-    void TearDown() override {
-        std::string cmd = "rm -rf " + dir;
-        if (std::system(cmd.c_str()) != 0) std::perror("rm");
-    }
-    std::string path(const std::string &name) { return dir + "/" + name; }
+    nvt::TempDir tmp;
+    const std::string &dir = tmp.path();
+    std::string path(const std::string &name) { return tmp.file(name); }
     void put(const std::string &name, const std::string &text) {
         FILE *f = std::fopen(path(name).c_str(), "wb");
         ASSERT_TRUE(f);

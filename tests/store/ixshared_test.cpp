@@ -5,6 +5,7 @@
 #include "base/osfile.h"
 #include "store/ix.h"
 #include "store/ixhook.h"
+#include "support/tmux.h"
 
 #include <gtest/gtest.h>
 
@@ -32,19 +33,13 @@ static_assert(sizeof(Counter) == 32);
 
 class Shared : public ::testing::Test {
   protected:
-    std::string dir;
-    void SetUp() override {
-        char tmpl[] = "/tmp/nvsharedXXXXXX";
-        dir = mkdtemp(tmpl);
-    }
+    nvt::TempDir dir;
     void TearDown() override {
         set_inuse_hook(nullptr);
         set_eof_hook(nullptr);
         nv::os::reset_calls();
-        std::string cmd = "rm -rf " + dir;
-        if (std::system(cmd.c_str()) != 0) std::perror("rm");
     }
-    std::string path(const char *n) { return dir + "/" + n; }
+    std::string path(const char *n) { return dir.file(n); }
     // Counters: key 1 the number, key 2 the name with duplicates.
     std::string counters(const char *n) {
         std::string name = path(n);
