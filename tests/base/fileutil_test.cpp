@@ -1,6 +1,5 @@
 // File utilities: the two wildcard dialects against each other, listings,
-// temporary names, copy and move, and a lock that makes a copy wait for
-// another process.
+// temporary names, copy and move.
 #include "base/fileutil.h"
 #include "support/tmux.h"
 
@@ -157,36 +156,6 @@ TEST_F(FileUtil, CopyModesMoveAndRemove) {
         EXPECT_EQ(get("FAR"), "abc");
         EXPECT_FALSE(file_exists(far.c_str()));
     }
-}
-
-// Another process holds a lock on the source: the copy waits, tells it
-// through the hook, and goes on when the lock is gone.
-int g_waits = 0;
-TEST_F(FileUtil, CopyWaitsForTheLockOfAnotherProcess) {
-    put("SRC", "locked");
-    int ready[2];
-    ASSERT_EQ(::pipe(ready), 0);
-    pid_t kid = fork();
-    if (kid == 0) {
-        int fd = ::open(path("SRC").c_str(), O_RDWR);
-        bool ok = file_lock(fd, 3, 100) == 0 && ::write(ready[1], "l", 1) == 1;
-        ::usleep(1500000);
-        _exit(ok ? 0 : 1);
-    }
-    char c;
-    ASSERT_EQ(::read(ready[0], &c, 1), 1);
-    nv::set_file_wait_hook([](const char *text) {
-        EXPECT_STREQ(text, "Informatie in gebruik op ander scherm");
-        ++g_waits;
-        ::usleep(100000);
-    });
-    EXPECT_TRUE(file_copy(path("SRC").c_str(), path("DST").c_str(), 0));
-    nv::set_file_wait_hook(nullptr);
-    EXPECT_GE(g_waits, 3);
-    EXPECT_EQ(get("DST"), "locked");
-    int st;
-    ASSERT_EQ(waitpid(kid, &st, 0), kid);
-    EXPECT_EQ(WEXITSTATUS(st), 0);
 }
 
 } // namespace

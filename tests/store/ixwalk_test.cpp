@@ -1,10 +1,9 @@
 // Walks that the model run doesn't cover: the bulk load of a work index
 // through the 50-slot block cache, the list scroller on a record that went
 // away, rewriting a slot in place, reads of an exclusive file through its
-// mapping beside small caches, and two processes changing one file in shared
-// mode.
-#include "store/ix.h"
+// mapping beside small caches (shared mode: ixshared_test.cpp).
 #include "base/osfile.h"
+#include "store/ix.h"
 #include "store/ixhook.h"
 
 #include <gtest/gtest.h>
@@ -13,8 +12,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <random>
 #include <map>
+#include <random>
 #include <string>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -249,120 +248,6 @@ TEST_F(StoreWalk, ExclusiveFileReadsThroughItsMappingOrWithout) {
     }
     set_exclusive_cache_blocks(16384);
     set_exclusive_data_pages(1024);
-}
-
-// Two processes insert into one file in shared mode at the same time. Each
-// change runs under the header lock with the busy mark; afterwards every
-// record is there once, in order on both keys, and the mark is off.
-TEST_F(StoreWalk, TwoProcessesInsertInSharedMode) {
-    std::string name = path("DTSAMEN");
-    ICB *icb = IXCREATE(name.c_str(), 1);
-    IXUPDFCB(icb, 0, "samen,16");
-    IXUPDFCB(icb, 1, "nr,I,1,4");
-    IXUPDFCB(icb, 2, "tekst,C,5,16");
-    IXINIT(icb);
-    IXCLOSE(icb);
-    const int per = 300;
-    set_inuse_hook([](ICB *) { ::usleep(1000); }); // a lock wait, without the two seconds
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    int me = child == 0 ? 1 : 0;
-    ICB *f = IXOPEN(name.c_str(), 2);
-    uint8_t rec[16];
-    for (int i = 0; i < per; ++i) {
-        uint32_t nr = (uint32_t)(i * 2 + me);
-        std::memset(rec, 0, sizeof rec);
-        std::memcpy(rec, &nr, 4);
-        std::snprintf((char *)rec + 4, 12, "r%07u", (nr * 7919u) % 100000u);
-        if (IXWRITE(f, rec) != 1 && child == 0) _exit(2);
-    }
-    IXCLOSE(f);
-    if (child == 0) _exit(0);
-    int st = 0;
-    ASSERT_EQ(waitpid(child, &st, 0), child);
-    ASSERT_TRUE(WIFEXITED(st));
-    ASSERT_EQ(WEXITSTATUS(st), 0);
-
-    set_inuse_hook(nullptr);
-    icb = IXOPEN(name.c_str(), 0);
-    EXPECT_EQ(icb->hdr.reccount, 2 * per);
-    EXPECT_EQ(icb->hdr.busy, 0);
-    std::memset(rec, 0, sizeof rec);
-    uint32_t expect = 0;
-    for (int ok = IXFIRST(icb, rec); ok; ok = IXNEXTR(icb, rec), ++expect) {
-        uint32_t nr;
-        std::memcpy(&nr, rec, 4);
-        ASSERT_EQ(nr, expect);
-    }
-    EXPECT_EQ(expect, 2u * per);
-    IXSWITCH(icb, 2);
-    std::memset(rec, 0, sizeof rec);
-    std::string prev;
-    int n = 0;
-    for (int ok = IXFIRST(icb, rec); ok; ok = IXNEXTR(icb, rec), ++n) {
-        std::string t((char *)rec + 4);
-        ASSERT_LE(prev, t);
-        prev = t;
-    }
-    EXPECT_EQ(n, 2 * per);
-    IXCLOSE(icb);
-}
-
-// Two processes ask for the same absent key in shared mode: the first
-// reserves it in the lock queue, the second waits (in-use hook) until the
-// first has inserted the record, and then reads that record.
-int g_waiting_fd = -1;
-TEST_F(StoreWalk, ReservedKeyMakesTheSecondReaderWait) {
-    std::string name = path("DTRES");
-    ICB *icb = IXCREATE(name.c_str(), 1);
-    IXUPDFCB(icb, 0, "reserve,8");
-    IXUPDFCB(icb, 1, "nr,I,1,4");
-    IXINIT(icb);
-    IXCLOSE(icb);
-    ICB *a = IXOPEN(name.c_str(), 2);
-    uint32_t rec[2] = {42, 0};
-    ASSERT_EQ(IXREADL(a, rec), 0); // absent: now reserved
-    int pipefd[2];
-    ASSERT_EQ(::pipe(pipefd), 0);
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        ::close(pipefd[0]);
-        g_waiting_fd = pipefd[1];
-        set_inuse_hook([](ICB *) {
-            if (g_waiting_fd >= 0 && ::write(g_waiting_fd, "w", 1) == 1) {
-                ::close(g_waiting_fd);
-                g_waiting_fd = -1;
-            }
-            ::usleep(2000);
-        });
-        ICB *b = IXOPEN(name.c_str(), 2);
-        uint32_t r[2] = {42, 0};
-        int ok = IXREADL(b, r);
-        IXUNLOCK(b, r);
-        IXCLOSE(b);
-        _exit(ok == 1 && r[1] == 4242 ? 0 : 3);
-    }
-    ::close(pipefd[1]);
-    char c;
-    ASSERT_EQ(::read(pipefd[0], &c, 1), 1); // the child is waiting
-    ::close(pipefd[0]);
-    rec[1] = 4242;
-    ASSERT_EQ(IXWRITE(a, rec), 1);
-    int st = 0;
-    ASSERT_EQ(waitpid(child, &st, 0), child);
-    EXPECT_TRUE(WIFEXITED(st) && WEXITSTATUS(st) == 0);
-    IXCLOSE(a);
-    // The queue is empty again.
-    std::string inx = name + ".INX";
-    FILE *f = std::fopen(inx.c_str(), "rb");
-    ASSERT_TRUE(f);
-    uint8_t q[5] = {};
-    ASSERT_EQ(std::fseek(f, 2 * 512, SEEK_SET), 0);
-    ASSERT_EQ(std::fread(q, 1, 5, f), 5u);
-    std::fclose(f);
-    EXPECT_EQ(q[0], 1);
-    EXPECT_EQ(q[4], 0);
 }
 
 } // namespace
