@@ -14,10 +14,13 @@
 
 #include "base/catalog.h"
 #include "base/txt.h"
+#include "exchange/iokasmut.h"
 #include "frame/iosys.h"
 #include "frame/menuhdl.h"
 #include "frame/start.h"
 #include "frame/werkset.h"
+#include "journal/batchvw.h"
+#include "merch/ioeti.h"
 #include "term/ingave.h"
 #include "term/popup.h"
 #include "term/scr.h"
@@ -141,6 +144,11 @@ void hoofdprogramma() {
     iofil('R', frame::company.aantal_fil, &central);
     compute_offline_tills();
     rapport_van = rapport_tot = frame::user.werkdatum;
+    ioeti_set_user(frame::user_nr);
+    batchvw_set_user(frame::user_nr);
+    kasmut_set_batch(batchvw_enter, batchvw_leave); // writers of KASMUT.TXT hold group 1
+    int32_t none = 0;
+    ioeti('O', &none, nullptr);
     if (g_hooks.open) g_hooks.open();
     bool normal = true;
     for (;;) {
@@ -151,6 +159,7 @@ void hoofdprogramma() {
     }
     if (normal && g_hooks.close) g_hooks.close();
     if (normal) werkset_sluit();
+    if (normal) ioeti('C', &none, nullptr);
     frame::start_program(leave_flag ? "norbilst" : "norpot");
 }
 

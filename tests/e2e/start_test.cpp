@@ -208,6 +208,7 @@ TEST(StartOnHandWrittenFiles, StartsAndShowsWhatTheBytesSay) {
     // The payment means tables must be there, empty as they may be.
     std::ofstream(shop.file("DTBETM.TXT"), std::ios::binary) << "";
     std::ofstream(shop.file("DTBETMX.TXT"), std::ios::binary) << "";
+    std::ofstream(shop.file("DTETI.TXT"), std::ios::binary); // a label store without labels
     nvt::Tmux tm;
     tm.start(BIN + "/norvanke norvanke AB 1 norpot", shop.path(), {{"BIN", "/nonexistent"}});
     ASSERT_TRUE(tm.wait_for("Uw keuze")) << tm.screen();

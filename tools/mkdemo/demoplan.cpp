@@ -3,6 +3,7 @@
 // and turnover group 30 takes the lines sold on a group alone. Booked
 // sales run over the last weeks (a year for the large shop) through all
 // branches; the till sold in the last three days.
+#include "demomerch.h"
 #include "demosale.h"
 
 #include "base/datum.h"
@@ -28,7 +29,8 @@ struct Maker {
         if (kind < 8) {
             it.nummer = next_label++;
             it.prijs = 1995 + 500 * pick(26);
-            it.omzetgroep = (uint16_t)(10 + pick(6));
+            it.omzetgroep = label_omzetgroep(it.nummer);
+            pick(6); // keeps the rest of the plan as it was
         } else if (kind == 8) {
             it.soort = 'A';
             it.nummer = (uint32_t)(1 + pick(20));

@@ -1,6 +1,7 @@
 // The demo shop builder: see demoshop.h.
 #include "demoshop.h"
 #include "demoomz.h"
+#include "demomerch.h"
 #include "demosale.h"
 
 #include "base/datum.h"
@@ -151,7 +152,9 @@ std::string build(const std::string &dir, const Options &opt) {
     if (std::string e = build_sellers(dir, opt); !e.empty()) return e;
     for (auto step : {build_betm(dir, opt), build_customers(dir, opt), build_omzet(dir, opt)})
         if (!step.empty()) return step;
-    return build_journals(dir, sale_plan(opt));
+    SalePlan plan = sale_plan(opt);
+    if (std::string e = build_journals(dir, plan); !e.empty()) return e;
+    return build_merch(dir, opt, plan);
 }
 
 bool set_program(const std::string &dir, long user_nr, const char *program) {

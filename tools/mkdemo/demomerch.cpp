@@ -1,0 +1,289 @@
+// The demo's articles, series and label store: see demomerch.h. The labels
+// are written through the label store itself (ioeti), so the demo's file is
+// exactly what the program writes.
+#include "demomerch.h"
+#include "demosale.h"
+
+#include "base/datum.h"
+#include "frame/iosys.h"
+#include "merch/ioeti.h"
+#include "merch/stamrec.h"
+#include "store/dd.h"
+#include "store/ix.h"
+
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <map>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace demo {
+namespace {
+
+const char *const k_names[6] = {"Jas", "Broek", "Jurk", "Trui", "Overhemd", "Rok"};
+
+size_t article_count(const Options &opt) {
+    return opt.size == "large" ? 600 : 6;
+}
+size_t series_count(const Options &opt) {
+    return article_count(opt) * 2 * (opt.size == "large" ? 10 : 1);
+}
+
+void text(char *field, size_t size, const std::string &s) {
+    std::memset(field, 0, size);
+    std::memcpy(field, s.data(), std::min(size - 1, s.size()));
+}
+
+// A new master file from the data dictionary, open for filling.
+ICB *create_file(const std::string &dir, int filenr, const char *name) {
+    std::string path = dir + "/" + name;
+    if (!dd_create_pair(filenr, path.c_str())) return nullptr;
+    return IXOPEN(path.c_str(), 1);
+}
+
+struct Stock {
+    int32_t kop = -1;
+    int32_t count[5] = {};
+    uint16_t laatst_ontv = 0, laatst_verk = 0;
+};
+
+struct LabelMaker {
+    const Options &opt;
+    const std::vector<Series> &ser;
+    std::map<uint32_t, std::pair<const SaleItem *, bool>> plan; // label -> item, booked?
+    int16_t rates[11] = {};
+    uint16_t today = datum_vandaag();
+
+    // The label in slot `label` of block `block`; status 0 leaves it free.
+    etiket_rec make(int32_t block, int32_t label) const {
+        const Series &s = ser[(size_t)block % ser.size()];
+        etiket_rec r{};
+        r.art_nr = s.art_nr;
+        r.kleur = s.kleur;
+        r.volgnr = s.volgnr;
+        r.maat = (uint8_t)(1 + label % 6);
+        r.filiaal = (uint8_t)(block % opt.branches);
+        r.lev_nr = (uint16_t)(1 + s.art_nr % 5);
+        r.adviesprijs = s.adviesprijs;
+        r.inkoopprijs = (uint32_t)s.adviesprijs * 10 / 22;
+        r.inkoopcode = (uint8_t)(label % 3);
+        r.p_vlag = label % 13 == 0;
+        r.ontvangen = (uint16_t)(today - 20 - label % 30);
+        r.ord_datum = (uint16_t)(r.ontvangen - 30);
+        if (auto it = plan.find((uint32_t)label); it != plan.end()) {
+            const SaleItem &p = *it->second.first;
+            r.filiaal = p.filiaal;
+            r.adviesprijs = p.prijs;
+            r.inkoopprijs = (uint32_t)p.prijs * 10 / 22;
+            r.ontvangen = (uint16_t)(p.datum - 20 - label % 30);
+            r.ord_datum = (uint16_t)(r.ontvangen - 30);
+            if (!it->second.second) { // sold at the till, not yet booked
+                r.status = ETI_VOORRAAD;
+                return r;
+            }
+            r.status = ETI_VERKOPEN;
+            r.verkocht_op = p.datum;
+            r.verkoper = p.verkoper;
+            r.verkoopprijs = p.prijs;
+            r.btw_tarief = rates[p.btw];
+            return r;
+        }
+        switch (label % 10) {
+        case 0:
+            break;
+        case 1:
+            r.status = ETI_NOTA;
+            r.ord_datum = (uint16_t)(today - 5);
+            r.lev_vanaf = (uint16_t)(today + 7);
+            r.ontvangen = (uint16_t)(today + 21);
+            r.order_nr = (uint32_t)(5000 + block);
+            r.order_loc_aan = label % 20 == 1;
+            r.order_loc = r.order_loc_aan ? r.filiaal : 255;
+            break;
+        case 6: // marked down by the action in the system file
+            r.status = ETI_VOORRAAD;
+            r.afprijs_nr = 1;
+            r.verkoopprijs = s.adviesprijs * 7 / 10;
+            break;
+        case 7: // on its way to the next branch
+            r.status = ETI_VOORRAAD;
+            r.onderweg = opt.branches > 1;
+            r.onderweg_filiaal = (uint8_t)((block + 1) % opt.branches);
+            break;
+        case 8:
+            r.status = ETI_CORRECTIES;
+            r.verkocht_op = (uint16_t)(today - 10);
+            r.actiecode = (uint8_t)(1 + label % 3);
+            break;
+        case 9: // sold before the journals' time
+            r.status = ETI_VERKOPEN;
+            r.verkocht_op = (uint16_t)(today - 60 - label % 20);
+            r.verkoper = (uint16_t)(1 + label % 10);
+            r.verkoopprijs = s.adviesprijs;
+            r.btw_tarief = rates[2];
+            break;
+        default:
+            r.status = ETI_VOORRAAD;
+            break;
+        }
+        return r;
+    }
+};
+
+std::string write_articles(const std::string &dir, const Options &opt) {
+    ICB *icb = create_file(dir, 4, "DTART");
+    if (!icb) return "DTART: not in the data dictionary";
+    for (const Article &a : articles(opt)) {
+        art_rec r{};
+        r.art_nr = a.art_nr;
+        text(r.art_omschr, sizeof r.art_omschr, a.omschrijving);
+        r.art_omzetgroep = a.omzetgroep;
+        r.btw_code = a.btw_code;
+        IXWRITE(icb, &r);
+    }
+    IXCLOSE(icb);
+    return "";
+}
+
+std::string write_series(const std::string &dir, const std::vector<Series> &ser,
+                         const std::vector<Stock> &stock) {
+    ICB *icb = create_file(dir, 55, "DTSER");
+    if (!icb) return "DTSER: not in the data dictionary";
+    for (size_t i = 0; i < ser.size(); ++i) {
+        const Series &s = ser[i];
+        ser_rec r{};
+        r.art_nr = s.art_nr;
+        r.kleur = s.kleur;
+        r.volgnr = s.volgnr;
+        r.ser_merk = (uint16_t)(1 + i % 4);
+        r.ser_jaar = 2016;
+        r.ser_seizoen = i % 2 ? 'W' : 'Z';
+        r.ser_maatsoort = 1;
+        text(r.ser_model, sizeof r.ser_model, s.model);
+        r.ser_prijsgroep[0] = 99;
+        r.ser_adviesprijs[0] = s.adviesprijs;
+        r.ser_nota = stock[i].count[ETI_NOTA];
+        r.ser_voorraad = stock[i].count[ETI_VOORRAAD];
+        r.ser_verkocht = stock[i].count[ETI_VERKOPEN];
+        r.ser_correcties = stock[i].count[ETI_CORRECTIES];
+        r.ser_laatst_ontv = stock[i].laatst_ontv;
+        r.ser_laatst_verk = stock[i].laatst_verk;
+        r.ser_eti_kop = stock[i].kop;
+        r.ser_nummer = (uint32_t)(i + 1);
+        IXWRITE(icb, &r);
+    }
+    IXCLOSE(icb);
+    return "";
+}
+
+} // namespace
+
+std::vector<Article> articles(const Options &opt) {
+    std::vector<Article> v;
+    for (size_t a = 0; a < article_count(opt); ++a) {
+        std::string name = k_names[a % 6];
+        if (a >= 6) name += " " + std::to_string(a / 6);
+        v.push_back({(uint32_t)(1001 + a), name, (uint16_t)(10 + a % 6), 2});
+    }
+    return v;
+}
+
+std::vector<Series> series(const Options &opt) {
+    size_t nart = article_count(opt);
+    std::vector<Series> v;
+    for (size_t i = 0; i < series_count(opt); ++i) {
+        size_t a = i % nart;
+        auto kleur = (uint16_t)(1 + (i / nart) % 8);
+        auto volgnr = (uint16_t)(1 + i / (nart * 8));
+        char model[32];
+        std::snprintf(model, sizeof model, "%.8s %u-%u", k_names[a % 6], kleur, volgnr);
+        v.push_back({(uint32_t)(1001 + a), kleur, volgnr, model, (int32_t)(2995 + 1000 * (i % 9))});
+    }
+    return v;
+}
+
+uint16_t label_omzetgroep(uint32_t label_no) {
+    return (uint16_t)(10 + (label_no - 1) / 10 % 6);
+}
+
+std::string build_merch(const std::string &dir, const Options &opt, const SalePlan &plan) {
+    if (iosys_fd() >= 0 || ioeti_is_open())
+        return "etiketten: systeembestand of etiketbestand al open";
+    std::string err = write_articles(dir, opt);
+    if (!err.empty()) return err;
+    std::vector<Series> ser = series(opt);
+    LabelMaker lm{opt, ser, {}, {}};
+    uint32_t labels = 0;
+    for (const SaleItem &it : plan.verkocht)
+        if (it.soort == 0) lm.plan[it.nummer] = {&it, true}, labels = std::max(labels, it.nummer);
+    for (const SaleItem &it : plan.kassa)
+        if (it.soort == 0) lm.plan[it.nummer] = {&it, false}, labels = std::max(labels, it.nummer);
+
+    std::string eti = dir + "/DTETI.TXT";
+    int fd = open(eti.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0660);
+    if (fd < 0) return "kan DTETI.TXT niet maken";
+    close(fd);
+    chmod(eti.c_str(), 0660);
+    iosys_filename((dir + "/DTSYS.TXT").c_str());
+    long nr = 1;
+    sys_bedrijf company{};
+    iosys('O', &nr, &company, sysmap::FIXED);
+    iosys('R', &nr, &company, sysmap::FIXED);
+    std::memcpy(lm.rates, company.btw_tarief, sizeof lm.rates);
+    uint32_t rec20[16] = {1}; // transit between branches on
+    nr = sysmap::REC_20;
+    iosys('X', &nr, rec20, sysmap::FIXED);
+    rec20[0] = 1;
+    iosys('W', &nr, rec20, sysmap::FIXED);
+
+    ioeti_filename(eti.c_str());
+    int32_t n = 0;
+    ioeti('O', &n, nullptr);
+    ICB *art = IXOPEN((dir + "/DTART").c_str(), 0);
+    ioeti_use_art(art);
+
+    size_t ns = ser.size();
+    size_t blocks = ((labels + 9) / 10 + ns - 1) / ns * ns + ns;
+    if (opt.size == "large") blocks = std::max(blocks, (100000 + ns - 1) / ns * ns);
+    std::vector<Stock> stock(ns);
+    for (size_t b = 0; b < blocks; ++b) {
+        Stock &st = stock[b % ns];
+        etiket_rec r = lm.make((int32_t)b, 0);
+        if (b >= ns) { // the series' tail in hand: the new block is linked behind it
+            n = (int32_t)(b - ns) * 10 + 1;
+            ioeti('R', &n, &r);
+            r = lm.make((int32_t)b, 0);
+        }
+        ioeti('I', &n, &r);
+        if (st.kop < 0) st.kop = (int32_t)b;
+        for (int32_t label = (int32_t)b * 10 + 1; label <= (int32_t)b * 10 + 10; ++label) {
+            r = lm.make((int32_t)b, label);
+            if (r.status == ETI_VRIJ) continue;
+            n = label;
+            ioeti('W', &n, &r);
+            ++st.count[r.status];
+            if (r.status >= ETI_VOORRAAD) st.laatst_ontv = std::max(st.laatst_ontv, r.ontvangen);
+            if (r.status == ETI_VERKOPEN) st.laatst_verk = std::max(st.laatst_verk, r.verkocht_op);
+        }
+    }
+    // A free chain: blocks taken for a series that is then given up.
+    ser_rec gone{};
+    etiket_rec scrap{};
+    for (int i = 0; i < k_demo_free_blocks; ++i) {
+        ioeti('I', &n, &scrap);
+        if (i == 0) gone.ser_eti_kop = (n - 1) / 10;
+    }
+    bool freed = ioeti_free_chain(&gone);
+
+    ioeti('C', &n, nullptr);
+    ioeti_use_art(nullptr);
+    IXCLOSE(art);
+    iosys('C', &nr, nullptr, sysmap::FIXED);
+    iosys_filename("DTSYS.TXT");
+    ioeti_filename("DTETI.TXT");
+    if (!freed) return "etiketten: vrije ketting niet gelukt";
+    return write_series(dir, ser, stock);
+}
+
+} // namespace demo

@@ -1,0 +1,52 @@
+// The merchandise side of the demo shop: articles, series and the label
+// store with its chains.
+//
+// Every label block belongs to series (block % number of series), so the
+// chains run through the file interleaved, several blocks long. Labels 1 and
+// up are the ones of the sale plan (demosale.h), in its order: the booked
+// sales are sold labels, the offline till's sales are still in stock in
+// branch 0 until the till's journal is processed. The other slots hold
+// labels in every status and a few free slots; behind the chains lies a
+// free chain of four blocks. The turnover group of a label's article
+// follows from its block, which is how the sale plan gives its lines the
+// right group.
+#pragma once
+
+#include "demoshop.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace demo {
+
+struct Article {
+    uint32_t art_nr;
+    std::string omschrijving;
+    uint16_t omzetgroep;
+    uint8_t btw_code;
+};
+
+struct Series {
+    uint32_t art_nr;
+    uint16_t kleur, volgnr;
+    std::string model;
+    int32_t adviesprijs;
+};
+
+std::vector<Article> articles(const Options &opt);
+std::vector<Series> series(const Options &opt);
+
+// The turnover group of the article of the label's series.
+uint16_t label_omzetgroep(uint32_t label_no);
+
+// Blocks of the free chain behind the used blocks.
+constexpr int k_demo_free_blocks = 4;
+
+struct SalePlan;
+// DTART, DTSER and DTETI.TXT, with system records 4 (allocation) and 20
+// (transit option on). Needs DTSYS.TXT; the system file and the label store
+// must not be open in this process.
+std::string build_merch(const std::string &dir, const Options &opt, const SalePlan &plan);
+
+} // namespace demo
