@@ -186,11 +186,23 @@ void IXSPLIT(ICB *icb) {
         ++icb->hdr.nextblk;
         return;
     }
-    IXWRIX(icb, icb->cur_block);
+    // The parent learns of the new block before the right part is written
+    // back: until then this block still holds every entry, so a reader that
+    // takes no lock finds each key at every moment of the split, either
+    // through the old separator or through the new one.
+    const IxBlock right_part = icb->blk;
+    const int32_t here = icb->cur_block;
     icb->cur_block = icb->path[lv];
     IXRDIX(icb, icb->cur_block);
     IXLOCKEY(icb, p.keylen);
     IXINSKEY(icb);
+    const IxBlock top = icb->blk;
+    const int32_t top_blk = icb->cur_block, top_img = icb->img_blk;
+    icb->blk = right_part;
+    IXWRIX(icb, here);
+    icb->blk = top;
+    icb->cur_block = top_blk;
+    icb->img_blk = top_img;
 }
 
 void IXDELKEY(ICB *icb) {
