@@ -21,6 +21,7 @@
 #include "frame/werkset.h"
 #include "journal/batchvw.h"
 #include "merch/ioeti.h"
+#include "merch/stam.h"
 #include "term/ingave.h"
 #include "term/popup.h"
 #include "term/scr.h"
@@ -149,6 +150,7 @@ void hoofdprogramma() {
     kasmut_set_batch(batchvw_enter, batchvw_leave); // writers of KASMUT.TXT hold group 1
     int32_t none = 0;
     ioeti('O', &none, nullptr);
+    stam_open();
     if (g_hooks.open) g_hooks.open();
     bool normal = true;
     for (;;) {
@@ -159,7 +161,10 @@ void hoofdprogramma() {
     }
     if (normal && g_hooks.close) g_hooks.close();
     if (normal) werkset_sluit();
-    if (normal) ioeti('C', &none, nullptr);
+    if (normal) {
+        ioeti('C', &none, nullptr);
+        stam_close();
+    }
     frame::start_program(leave_flag ? "norbilst" : "norpot");
 }
 

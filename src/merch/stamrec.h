@@ -80,4 +80,107 @@ struct art_rec {
 static_assert(sizeof(art_rec) == 304 && offsetof(art_rec, art_omschr) == 6);
 static_assert(offsetof(art_rec, art_omzetgroep) == 30 && offsetof(art_rec, btw_code) == 33);
 
+// DTOMZGRP: a turnover group, 24 bytes. Key 1 omzetgroep.
+struct omzgrp_rec {
+    uint16_t omzetgroep;   //  0
+    char omschrijving[15]; //  2 description, at most 15 characters
+    uint8_t btw_code;      // 17
+    uint8_t res18[6];      // 18
+};
+static_assert(sizeof(omzgrp_rec) == 24 && offsetof(omzgrp_rec, btw_code) == 17);
+
+// DTEAN: a barcode, 28 bytes. Key 1 the code; key 2 ean_soort, ean_nummer,
+// ean_kleur, ean_volgnr, ean_maat.
+struct ean_rec {
+    char ean_code[13];     //  0 left-justified, NUL-padded
+    char ean_soort;        // 13 'M' series and size, 'A' article
+    uint16_t ean_kleur;    // 14
+    uint32_t ean_nummer;   // 16 article of the series, or the article number
+    uint16_t ean_volgnr;   // 20
+    uint8_t ean_maat;      // 22 size
+    uint8_t ean_maatsoort; // 23 size kind
+    uint16_t ean_gebruikt; // 24 date of last use
+    uint8_t res26[2];      // 26
+};
+static_assert(sizeof(ean_rec) == 28 && offsetof(ean_rec, ean_kleur) == 14);
+static_assert(offsetof(ean_rec, ean_nummer) == 16 && offsetof(ean_rec, ean_volgnr) == 20);
+static_assert(offsetof(ean_rec, ean_maat) == 22 && offsetof(ean_rec, ean_gebruikt) == 24);
+
+// DTBARC: barcode reference, 32 bytes: the record of DTEAN with the size at
+// 23. Key 1 the code; key 2 (duplicates) nummer, kleur, volgnr, maat.
+struct barc_rec {
+    char ean_code[13];   //  0
+    char ean_soort;      // 13
+    uint16_t ean_kleur;  // 14
+    uint32_t ean_nummer; // 16
+    uint16_t ean_volgnr; // 20
+    uint8_t res22;       // 22
+    uint8_t ean_maat;    // 23
+    uint8_t res24[8];    // 24
+};
+static_assert(sizeof(barc_rec) == 32 && offsetof(barc_rec, ean_maat) == 23);
+
+// DTARTREG: small articles sold without labels, 60 bytes. Key article and
+// artreg_filiaal: row 0 is the article, row f + 1 the article in branch f.
+// The two counters of each pair run side by side; other programs of the
+// suite reset them at different moments.
+struct artreg_rec {
+    uint16_t artikel;       // 0
+    uint8_t artreg_filiaal; // 2 0: article row; f + 1: branch f
+    union {
+        struct {
+            uint8_t res3[15];
+            uint16_t ar_omzetgroep; // 18
+            int32_t ar_kostprijs;   // 20
+            int32_t ar_prijs;       // 24
+            uint8_t res28[32];
+        } art;
+        struct {
+            uint8_t ar_afprijs_nr;   //  3
+            int32_t ar_filiaalprijs; //  4
+            int32_t ar_bedrag[2];    //  8 amounts sold
+            uint8_t res16[4];        // 16
+            int32_t ar_voorraad;     // 20
+            int32_t ar_aantal[2];    // 24 quantities sold
+            int32_t ar_marge[2];     // 32
+            int32_t ar_excl[2];      // 40 amounts without VAT
+            uint8_t res48[12];       // 48
+        } fil;
+    };
+};
+static_assert(sizeof(artreg_rec) == 60);
+static_assert(offsetof(artreg_rec, art) + offsetof(decltype(artreg_rec::art), ar_omzetgroep) == 18);
+static_assert(offsetof(artreg_rec, art) + offsetof(decltype(artreg_rec::art), ar_prijs) == 24);
+static_assert(offsetof(artreg_rec, fil) + offsetof(decltype(artreg_rec::fil), ar_filiaalprijs) ==
+              4);
+static_assert(offsetof(artreg_rec, fil) + offsetof(decltype(artreg_rec::fil), ar_voorraad) == 20);
+static_assert(offsetof(artreg_rec, fil) + offsetof(decltype(artreg_rec::fil), ar_excl) == 40);
+
+// DTAANV: the refill list, 12 bytes, every field in the key.
+struct aanv_rec {
+    uint32_t art_nr;
+    uint16_t kleur;
+    uint16_t volgnr;
+    uint32_t label_no;
+};
+static_assert(sizeof(aanv_rec) == 12 && offsetof(aanv_rec, label_no) == 8);
+
+// DTLEV: a supplier, 332 bytes. Key 1 lev_nr; key 2 the first ten
+// characters of the name.
+struct lev_rec {
+    uint16_t lev_nr;    //  0
+    char lev_naam[30];  //  2
+    uint8_t res32[300]; // 32
+};
+static_assert(sizeof(lev_rec) == 332 && offsetof(lev_rec, lev_naam) == 2);
+
+// DTMERK: a brand, 76 bytes. Key 1 merk_nr; key 2 merk_code; key 3 the name.
+struct merk_rec {
+    uint16_t merk_nr;   //  0
+    char merk_naam[20]; //  2
+    char merk_code[4];  // 22
+    uint8_t res26[50];  // 26
+};
+static_assert(sizeof(merk_rec) == 76 && offsetof(merk_rec, merk_code) == 22);
+
 #pragma pack(pop)

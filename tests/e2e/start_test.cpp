@@ -209,6 +209,10 @@ TEST(StartOnHandWrittenFiles, StartsAndShowsWhatTheBytesSay) {
     std::ofstream(shop.file("DTBETM.TXT"), std::ios::binary) << "";
     std::ofstream(shop.file("DTBETMX.TXT"), std::ios::binary) << "";
     std::ofstream(shop.file("DTETI.TXT"), std::ios::binary); // a label store without labels
+    // The master file set, empty, made by the store's tool from its dictionary.
+    for (const char *f : {"4 DTART", "55 DTSER", "1 DTAANV", "16 DTEAN", "6 DTARTREG", "27 DTKOERS",
+                          "40 DTOMZGRP", "30 DTLEV", "34 DTMERK", "32 DTMAAT", "35 DTMTOM"})
+        nvt::run("cd " + shop.path() + " && " + BIN + "/ixutil dd-create " + f);
     nvt::Tmux tm;
     tm.start(BIN + "/norvanke norvanke AB 1 norpot", shop.path(), {{"BIN", "/nonexistent"}});
     ASSERT_TRUE(tm.wait_for("Uw keuze")) << tm.screen();

@@ -6,6 +6,7 @@
 #include "merch/stamrec.h"
 #include "store/ix.h"
 #include "support/tmux.h"
+#include "winkel.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -19,21 +20,15 @@ namespace {
 const std::string k_tool = NV_BIN_DIR "/etiutil";
 
 TEST(DemoLabels, ChainsMatchTheSeriesAndEtiutilReadsThem) {
-    nvt::TempDir shop;
-    ASSERT_EQ(demo::build(shop.path(), demo::Options{}), "");
-    char cwd[4096];
-    ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
-    ASSERT_EQ(chdir(shop.path().c_str()), 0);
-    long nr = 1;
-    iosys('O', &nr, nullptr, sysmap::FIXED);
+    Winkel w;
+    w.open();
+    const nvt::TempDir &shop = w.shop;
     int32_t n = 0;
-    ioeti('O', &n, nullptr);
-    ICB *ser = IXOPEN("DTSER", 0);
     ser_rec s{};
     std::set<int> statuses;
     std::string first_chain, block0; // series 1001.1.1, head block 0
     int labels = 0;
-    for (int f = IXFIRST(ser, &s); f; f = IXNEXTR(ser, &s)) {
+    for (int f = IXFIRST(dtser, &s); f; f = IXNEXTR(dtser, &s)) {
         int count[5] = {};
         ioeti_bind_series(true, s.art_nr, s.kleur, s.volgnr);
         etiket_rec r{};
@@ -57,10 +52,7 @@ TEST(DemoLabels, ChainsMatchTheSeriesAndEtiutilReadsThem) {
         used += ioeti('R', &(n = label), &r);
     }
     EXPECT_EQ(used, labels);
-    IXCLOSE(ser);
-    ioeti('C', &n, nullptr);
-    iosys('C', &nr, nullptr, sysmap::FIXED);
-    EXPECT_EQ(chdir(cwd), 0);
+    w.close();
 
     auto tool = [&](const std::string &args, int *status) {
         return nvt::run("cd " + shop.path() + " && " + k_tool + " " + args + " 2>&1", status);

@@ -9,6 +9,7 @@
 #include "merch/ioeti.h"
 #include "merch/stamrec.h"
 #include "store/dd.h"
+#include "store/iomaat.h"
 #include "store/ix.h"
 
 #include <cstdio>
@@ -16,6 +17,7 @@
 #include <fcntl.h>
 #include <map>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace demo {
@@ -161,8 +163,10 @@ std::string write_series(const std::string &dir, const std::vector<Series> &ser,
         r.ser_seizoen = i % 2 ? 'W' : 'Z';
         r.ser_maatsoort = 1;
         text(r.ser_model, sizeof r.ser_model, s.model);
-        r.ser_prijsgroep[0] = 99;
+        r.ser_prijsgroep[0] = 3; // XS to M, and L to XXL 5 euros more
+        r.ser_prijsgroep[1] = 6;
         r.ser_adviesprijs[0] = s.adviesprijs;
+        r.ser_adviesprijs[1] = s.adviesprijs + 500;
         r.ser_nota = stock[i].count[ETI_NOTA];
         r.ser_voorraad = stock[i].count[ETI_VOORRAAD];
         r.ser_verkocht = stock[i].count[ETI_VERKOPEN];
@@ -177,7 +181,139 @@ std::string write_series(const std::string &dir, const std::vector<Series> &ser,
     return "";
 }
 
+// An EAN-13 of a supplier: twelve digits and their check digit.
+std::string supplier_ean(uint32_t series, int size) {
+    char code[14];
+    std::snprintf(code, sizeof code, "871%05u%04d", series % 100000, size);
+    int sum = 0;
+    for (int i = 0; i < 12; ++i)
+        sum += (code[i] - '0') * (i % 2 ? 3 : 1);
+    code[12] = (char)('0' + (10 - sum % 10) % 10);
+    code[13] = 0;
+    return code;
+}
+
+const char *const k_sizes[] = {"XS", "S", "M", "L", "XL", "XXL"};
+
+// The lookups of the sale: turnover groups, barcodes of the series' sizes
+// and of the small articles, the small articles per branch, suppliers,
+// brands, the size table of size kind 1, a few refill lines; and the files
+// of the set that stay empty.
+std::string write_lookups(const std::string &dir, const Options &opt,
+                          const std::vector<Series> &ser) {
+    struct Empty {
+        int nr;
+        const char *name;
+    };
+    for (Empty e : {Empty{8, "DTBARC"}, {27, "DTKOERS"}, {35, "DTMTOM"}, {26, "DTKLTKNM"}})
+        if (!dd_create_pair(e.nr, (dir + "/" + e.name).c_str())) return "lookups: data dictionary";
+
+    ICB *grp = create_file(dir, 40, "DTOMZGRP");
+    const char *plural[] = {"Jassen", "Broeken", "Jurken", "Truien", "Overhemden", "Rokken"};
+    for (int k = 0; k < 6; ++k) { // the groups of the articles, 10 to 15
+        omzgrp_rec g{};
+        g.omzetgroep = (uint16_t)(10 + k);
+        text(g.omschrijving, sizeof g.omschrijving, plural[k]);
+        g.btw_code = 2;
+        IXWRITE(grp, &g);
+    }
+    for (auto [nr, name, btw] : {std::tuple{20, "Kleinigheden", 2}, {30, "Diversen", 1}}) {
+        omzgrp_rec g{};
+        g.omzetgroep = (uint16_t)nr;
+        text(g.omschrijving, sizeof g.omschrijving, name);
+        g.btw_code = (uint8_t)btw;
+        IXWRITE(grp, &g);
+    }
+    IXCLOSE(grp);
+
+    ICB *ean = create_file(dir, 16, "DTEAN");
+    for (size_t i = 0; i < ser.size(); ++i)
+        for (int m = 1; m <= 6; ++m) {
+            ean_rec e{};
+            std::memcpy(e.ean_code, supplier_ean((uint32_t)i, m).c_str(), 13);
+            e.ean_soort = 'M';
+            e.ean_nummer = ser[i].art_nr;
+            e.ean_kleur = ser[i].kleur;
+            e.ean_volgnr = ser[i].volgnr;
+            e.ean_maat = (uint8_t)m;
+            e.ean_maatsoort = 1;
+            IXWRITE(ean, &e);
+        }
+    ICB *reg = create_file(dir, 6, "DTARTREG");
+    for (uint16_t a = 1; a <= 20; ++a) {
+        artreg_rec r{};
+        r.artikel = a;
+        r.art.ar_omzetgroep = 20;
+        r.art.ar_prijs = 295 + 100 * (a % 8);
+        r.art.ar_kostprijs = r.art.ar_prijs / 2;
+        IXWRITE(reg, &r);
+        for (int b = 0; b < opt.branches; ++b) {
+            artreg_rec f{};
+            f.artikel = a;
+            f.artreg_filiaal = (uint8_t)(b + 1);
+            f.fil.ar_filiaalprijs = r.art.ar_prijs;
+            f.fil.ar_voorraad = 10 + (a * 7 + b) % 30;
+            IXWRITE(reg, &f);
+        }
+        ean_rec e{};
+        std::memcpy(e.ean_code, supplier_ean(90000 + a, 0).c_str(), 13);
+        e.ean_soort = 'A';
+        e.ean_nummer = a;
+        IXWRITE(ean, &e);
+    }
+    IXCLOSE(reg);
+    IXCLOSE(ean);
+
+    ICB *lev = create_file(dir, 30, "DTLEV");
+    const char *suppliers[] = {"Van Dalen Confectie", "Nordwind Textil", "Atelier Merle",
+                               "Bosman Mode", "Tricot Twente"};
+    for (uint16_t n = 1; n <= 5; ++n) {
+        lev_rec l{};
+        l.lev_nr = n;
+        text(l.lev_naam, sizeof l.lev_naam, suppliers[n - 1]);
+        IXWRITE(lev, &l);
+    }
+    IXCLOSE(lev);
+    ICB *merk = create_file(dir, 34, "DTMERK");
+    const char *brands[][2] = {
+        {"Brandel", "BRD"}, {"Kustlijn", "KUS"}, {"Veldwerk", "VLD"}, {"Stadsmode", "STM"}};
+    for (uint16_t n = 1; n <= 4; ++n) {
+        merk_rec m{};
+        m.merk_nr = n;
+        text(m.merk_naam, sizeof m.merk_naam, brands[n - 1][0]);
+        text(m.merk_code, sizeof m.merk_code, brands[n - 1][1]);
+        IXWRITE(merk, &m);
+    }
+    IXCLOSE(merk);
+
+    ICB *maat = create_file(dir, 32, "DTMAAT");
+    nv::store::iomaat_files(maat, nullptr);
+    iomaat *h = iomaat_open(1, 1, IOMAAT_LOCK);
+    for (int m = 1; m <= 6; ++m) {
+        maat_entry e{};
+        e.system = e.subsystem = 1;
+        e.number = e.position = (uint8_t)m;
+        std::memcpy(e.code, k_sizes[m - 1], std::strlen(k_sizes[m - 1]));
+        iomaat_add(h, &e);
+    }
+    iomaat_close(h);
+    nv::store::iomaat_files(nullptr, nullptr);
+    IXCLOSE(maat);
+
+    ICB *aanv = create_file(dir, 1, "DTAANV");
+    for (uint32_t label = 1; label <= 5; ++label) {
+        aanv_rec a{ser[0].art_nr, ser[0].kleur, ser[0].volgnr, label};
+        IXWRITE(aanv, &a);
+    }
+    IXCLOSE(aanv);
+    return "";
+}
+
 } // namespace
+
+std::string supplier_ean_of(uint32_t series, int size) {
+    return supplier_ean(series, size);
+}
 
 std::vector<Article> articles(const Options &opt) {
     std::vector<Article> v;
@@ -283,7 +419,8 @@ std::string build_merch(const std::string &dir, const Options &opt, const SalePl
     iosys_filename("DTSYS.TXT");
     ioeti_filename("DTETI.TXT");
     if (!freed) return "etiketten: vrije ketting niet gelukt";
-    return write_series(dir, ser, stock);
+    if (std::string e = write_series(dir, ser, stock); !e.empty()) return e;
+    return write_lookups(dir, opt, ser);
 }
 
 } // namespace demo

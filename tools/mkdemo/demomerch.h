@@ -37,6 +37,10 @@ struct Series {
 std::vector<Article> articles(const Options &opt);
 std::vector<Series> series(const Options &opt);
 
+// The barcode of size 1..6 of series number `series` (its place in
+// series()), or of small article a (series 90000 + a, size 0).
+std::string supplier_ean_of(uint32_t series, int size);
+
 // The turnover group of the article of the label's series.
 uint16_t label_omzetgroep(uint32_t label_no);
 
@@ -45,8 +49,11 @@ constexpr int k_demo_free_blocks = 4;
 
 struct SalePlan;
 // DTART, DTSER and DTETI.TXT, with system records 4 (allocation) and 20
-// (transit option on). Needs DTSYS.TXT; the system file and the label store
-// must not be open in this process.
+// (transit option on), and the other files of the master file set:
+// turnover groups, barcodes (DTEAN, DTBARC), small articles, suppliers,
+// brands, the size table of size kind 1 (XS to XXL), the refill list.
+// Needs DTSYS.TXT; the system file and the label store must not be open in
+// this process.
 std::string build_merch(const std::string &dir, const Options &opt, const SalePlan &plan);
 
 } // namespace demo
