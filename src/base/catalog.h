@@ -15,8 +15,14 @@ enum class Cat { kor351, detail };
 void catalogs_open();
 void catalogs_close();
 
-// The text of (set, number) in the catalogue, or the default.
+// The text of (set, number) in the catalogue, or the default. An entry whose
+// printf conversions differ from the default's is not used.
 const char *catgets(Cat cat, int set, int number, const char *dflt);
+
+// True when `text` reads the same arguments as the format `builtin`: count,
+// order (also through %n$ positions) and type, '*' widths included. Always
+// true when `builtin` is no valid format.
+bool same_conversions(const char *builtin, const char *text);
 
 } // namespace nv
 

@@ -2,6 +2,11 @@
 // of the shop terminals and of every text in the files. The C library's
 // <cctype> knows nothing of the accented letters, so the system classifies
 // and converts through these tables instead.
+//
+// Beside them the Unicode character of every byte, for terminals that speak
+// UTF-8: the files stay code page 850 and only the edge of the screen
+// converts. Bytes below 128 are ASCII; 0xB0 to 0xDF hold the box and block
+// characters of the code page between the letters.
 #pragma once
 
 namespace cp850 {
@@ -63,5 +68,10 @@ inline int upper(int c) {
 inline int lower(int c) {
     return tables.low[(unsigned char)c];
 }
+
+// The Unicode character of a byte (the byte itself below 128).
+char32_t to_unicode(unsigned char c);
+// The byte of a Unicode character, or -1 when the code page has none.
+int from_unicode(char32_t u);
 
 } // namespace cp850

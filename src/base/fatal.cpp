@@ -12,11 +12,32 @@
 namespace nv {
 namespace {
 void stderr_handler(const char *text) {
+    fatal_stop_files();
     std::fprintf(stderr, "PROGRAMMA AFGEBROKEN\n%s\n", text);
     std::exit(1);
 }
 FatalHandler g_handler = stderr_handler;
+
+constexpr int k_closers = 8;
+void (*g_closers[k_closers])();
+int g_nclosers = 0;
+bool g_stopped = false;
 } // namespace
+
+void on_fatal_stop(void (*closer)()) {
+    for (int i = 0; i < g_nclosers; ++i)
+        if (g_closers[i] == closer) return;
+    if (g_nclosers == k_closers) fatal("on_fatal_stop: %s", "te veel");
+    g_closers[g_nclosers++] = closer;
+}
+
+void fatal_stop_files() {
+    // Once: a closer that fails ends in the fatal path again.
+    if (g_stopped) return;
+    g_stopped = true;
+    for (int i = g_nclosers - 1; i >= 0; --i)
+        g_closers[i]();
+}
 
 void set_fatal_handler(FatalHandler h) { g_handler = h ? h : stderr_handler; }
 

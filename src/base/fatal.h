@@ -18,6 +18,14 @@ void set_fatal_handler(FatalHandler h);
 // The tag loses any directory, becomes upper case and is cut at the first dot.
 void fatal_tag(const char *tag, char *out, int size);
 
+// Files whose state lives in memory (the record store's exclusive files with
+// their caches) must be closed when the program stops on a fatal error or a
+// hang-up. Their module registers a closer once; fatal_stop_files runs every
+// closer, the last registered first, once per process. The fatal handlers
+// call it before they show anything.
+void on_fatal_stop(void (*closer)());
+void fatal_stop_files();
+
 } // namespace nv
 
 // The reporters, under their system names.

@@ -6,6 +6,7 @@
 #include "base/fileutil.h"
 #include "base/scramble.h"
 #include "frame/iosys.h"
+#include "frame/startchk.h"
 #include "store/iomaat.h"
 #include "store/ix.h"
 #include "store/ixhook.h"
@@ -127,7 +128,11 @@ int size_stamp() {
 }
 
 void set_locale() {
+    // The character type stays what the screen chose for the terminal.
+    const char *ct = std::setlocale(LC_CTYPE, nullptr);
+    std::string ctype = ct ? ct : "C";
     std::setlocale(LC_ALL, "C");
+    std::setlocale(LC_CTYPE, ctype.c_str());
     const char *msg = std::setlocale(LC_MESSAGES, nullptr);
     if (msg) {
         std::string m = msg; // setlocale may overwrite the returned text
@@ -176,8 +181,10 @@ void info_window(bool wait) {
     std::snprintf(b[3], sizeof b[3], "%s (%c)", user_name, user.rechten ? user.rechten : ' ');
     std::snprintf(b[4], sizeof b[4], "%.2f", mb);
     std::snprintf(b[5], sizeof b[5], "%s %s", term ? term : "", tty ? tty : "");
-    const Row rows[] = {{"Program", OWN_NAME}, {"Version", b[0]},   {"Compiled", b[1]},
-                        {"Application", b[2]}, {"Userinfo", b[3]},  {"Directory", cwd},
+    // The directory's name is in the terminal's character set, not the system's.
+    const Row rows[] = {{"Program", OWN_NAME}, {"Version", b[0]},
+                        {"Compiled", b[1]},    {"Application", b[2]},
+                        {"Userinfo", b[3]},    {"Directory", nv::scr::from_terminal(cwd)},
                         {"Diskfree Mb", b[4]}, {"Tty", b[5]}};
     int r = 2;
     for (const Row &row : rows) {
@@ -216,6 +223,7 @@ void frame_start(const char *name, const char *date, int argc, char **argv) {
     iosys('O', &n, &company, sysmap::FIXED);
     read_fixed(sysmap::REC_COMPANY, &company);
     iofil('O', 0, nullptr);
+    start_checks();
     sys_release rel{};
     read_fixed(sysmap::REC_RELEASE, &rel);
     if (std::memcmp(rel.release, VERSION, 5) != 0)

@@ -19,6 +19,7 @@
 #include "store/ixhook.h"
 #include "store/ixint.h"
 #include "store/ixmap.h"
+#include "store/ixreg.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -194,6 +195,7 @@ ICB *IXOPEN(const char *name, int mode) {
         xcache_open(icb);
     }
     IXSWITCH(icb, 1);
+    nv::store::icb_opened(icb);
     return icb;
 }
 
@@ -227,6 +229,7 @@ ICB *IXCREATE(const char *name, int mode) {
         IXLOCK(icb, 1);
         xcache_open(icb);
     }
+    nv::store::icb_opened(icb);
     return icb;
 }
 
@@ -276,6 +279,7 @@ void IXINITIX(ICB *icb) {
 
 void IXCLOSE(ICB *icb) {
     check_icb(icb, "IXCLOSE");
+    nv::store::icb_closed(icb);
     if (icb->mode == 1) {
         if (icb->cached) IOCACHE('F', icb, 0);
         xcache_flush(icb);

@@ -8,24 +8,31 @@
 //    window belongs to; term_base is that of the current terminal.
 //  - A terminal's stdscr is the bottom window of that terminal the first time
 //    it is used; a later switch back to it opens a full window on top instead.
+//  - Text reaches ncurses only through put_text, keys only through read_key:
+//    those two convert between code page 850 and the terminal.
 #include "term/scr.h"
 
 #include "base/catalog.h"
+#include "base/cp850.h"
 #include "base/fatal.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <clocale>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <langinfo.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 #include <vector>
+#include <wchar.h>
 
 TERMSTATE *term_state = nullptr;
 
@@ -41,6 +48,12 @@ bool g_headless = false;
 int g_headless_lines = 25, g_headless_cols = 80;
 FILE *g_headless_out = nullptr, *g_headless_in = nullptr;
 int g_errcount = 0; // consecutive read errors: a line that hung up
+
+bool g_utf8 = false;                     // the terminal speaks UTF-8
+std::string g_ctype;                     // the LC_CTYPE the screen was opened with
+volatile sig_atomic_t g_stop_signal = 0; // SIGHUP or SIGTERM came in
+bool g_stopping = false;                 // the stop is under way
+WINDOW *g_small = nullptr;               // the "too small" message while it stands
 
 constexpr int k_colours[8][3] = {{4, 7, 6}, {7, 4, 1}, {0, 6, 7}, {0, 3, 1},
                                  {0, 7, 6}, {4, 7, 6}, {7, 4, 1}, {7, 0, 1}};
@@ -78,6 +91,9 @@ void tty_noecho() {
 
 void on_sigint(int) { if (term_state) term_state->term_sigkey = KEY_DC; }
 void on_sigquit(int) { if (term_state) term_state->term_sigkey = KEY_EXIT; }
+void on_stop(int sig) {
+    g_stop_signal = sig;
+}
 
 void install_signals() {
     struct sigaction sa {};
@@ -86,6 +102,201 @@ void install_signals() {
     sigaction(SIGINT, &sa, nullptr);
     sa.sa_handler = on_sigquit;
     sigaction(SIGQUIT, &sa, nullptr);
+    // No SA_RESTART: a key read that is waiting returns, and sees the flag.
+    sa.sa_handler = on_stop;
+    sigaction(SIGHUP, &sa, nullptr);
+    sigaction(SIGTERM, &sa, nullptr);
+}
+
+// ------------------------------------------------------- character sets
+
+bool names_utf8(const char *v) {
+    if (!v) return false;
+    std::string s;
+    for (const char *p = v; *p; ++p)
+        if (*p != '-' && *p != '_') s += (char)std::tolower((unsigned char)*p);
+    return s.find("utf8") != std::string::npos;
+}
+
+bool ctype_is_utf8() {
+    return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+}
+
+// Which set the terminal speaks, and the LC_CTYPE that goes with it: a UTF-8
+// one for UTF-8 (the user's own, else C.UTF-8), "C" for code page 850,
+// whose bytes the screen then hands on as they are.
+void choose_charset() {
+    const char *o = std::getenv("TERMCODE");
+    bool forced = o && *o && (names_utf8(o) || std::strstr(o, "850") || std::strstr(o, "8bit"));
+    bool want;
+    if (forced) {
+        want = names_utf8(o);
+        if (want && (!std::setlocale(LC_CTYPE, "") || !ctype_is_utf8()))
+            std::setlocale(LC_CTYPE, "C");
+    } else if (g_headless) {
+        want = false;
+    } else if (std::setlocale(LC_CTYPE, "")) {
+        want = ctype_is_utf8();
+    } else {
+        // A locale that isn't installed here still says what the terminal
+        // speaks (an ssh session from elsewhere brings its own).
+        const char *v = std::getenv("LC_ALL");
+        if (!v || !*v) v = std::getenv("LC_CTYPE");
+        if (!v || !*v) v = std::getenv("LANG");
+        want = names_utf8(v);
+    }
+    if (want && !ctype_is_utf8()) {
+        for (const char *l : {"C.UTF-8", "C.utf8", "en_US.UTF-8"})
+            if (std::setlocale(LC_CTYPE, l) && ctype_is_utf8()) break;
+        want = ctype_is_utf8();
+    }
+    if (!want) std::setlocale(LC_CTYPE, "C");
+    g_utf8 = want;
+    const char *now = std::setlocale(LC_CTYPE, nullptr);
+    g_ctype = now ? now : "C";
+}
+
+// Other code may set the locale for its own ends (number parsing); the
+// screen needs its own LC_CTYPE back before it touches ncurses.
+void keep_ctype() {
+    const char *now = std::setlocale(LC_CTYPE, nullptr);
+    if (!now || g_ctype != now) std::setlocale(LC_CTYPE, g_ctype.c_str());
+}
+
+wchar_t shown(unsigned char c) {
+    if (c < 0x20 || c == 0x7F) return L'?';
+    return g_utf8 ? (wchar_t)cp850::to_unicode(c) : (wchar_t)c;
+}
+
+// The one way text reaches a window: at most n bytes of a code page 850 text.
+void put_text(WINDOW *w, const char *text, int n) {
+    keep_ctype();
+    wchar_t buf[1024];
+    int k = 0;
+    for (; k < n && k < 1023 && text[k]; ++k)
+        buf[k] = shown((unsigned char)text[k]);
+    buf[k] = 0;
+    waddnwstr(w, buf, k);
+}
+
+// The one way keys come from the terminal: a typed UTF-8 character becomes
+// its code page 850 byte, or KEY_NOCHAR.
+int read_key(WINDOW *w) {
+    keep_ctype();
+    if (!g_utf8) return wgetch(w);
+    wint_t wc;
+    int r = wget_wch(w, &wc);
+    if (r == ERR) return ERR;
+    if (r == KEY_CODE_YES || wc < 0x80) return (int)wc;
+    int b = cp850::from_unicode((char32_t)wc);
+    return b < 0 ? KEY_NOCHAR : b;
+}
+
+// ------------------------------------------------------- the stop
+
+[[noreturn]] void stop_now(const char *why) {
+    if (g_stopping) std::_Exit(1); // a stop that comes back here: no second round
+    g_stopping = true;
+    if (g_modem_hangup) {
+        auto h = g_modem_hangup;
+        g_modem_hangup = nullptr;
+        h();
+    }
+    nv::fatal_stop_files();
+    bool screen = term_state && term_state->term_current >= 0;
+    if (term_state) SCREND();
+    if (screen) {
+        std::string line = nv::scr::to_terminal(why);
+        std::printf("\r\n%s\r\n", line.c_str());
+        std::fflush(stdout);
+    }
+    std::exit(1);
+}
+
+void check_stop() {
+    if (!g_stop_signal || g_stopping) return;
+    char why[160];
+    std::snprintf(why, sizeof why, KOR(1, 161, "Programma gestopt door signaal %d"),
+                  (int)g_stop_signal);
+    stop_now(why);
+}
+
+[[noreturn]] void terminal_gone() {
+    stop_now(KOR(1, 162, "Programma gestopt: de terminal is weg"));
+}
+
+// ------------------------------------------------------- window size
+
+// The size of the real terminal; false when it can't be told.
+bool real_size(int *rows, int *cols) {
+    if (g_headless) return false;
+    struct winsize ws {};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &ws) != 0 && ioctl(STDIN_FILENO, TIOCGWINSZ, &ws) != 0)
+        return false;
+    if (ws.ws_row == 0 || ws.ws_col == 0) return false;
+    *rows = ws.ws_row;
+    *cols = ws.ws_col;
+    return true;
+}
+
+bool big_enough() {
+    int rows, cols;
+    TERMSTATE *t = ts();
+    return !t || !real_size(&rows, &cols) || (rows >= t->term_lines && cols >= t->term_cols);
+}
+
+void redraw_all() {
+    TERMSTATE *t = ts();
+    if (!t || t->term_top < 0) return;
+    keep_ctype();
+    clearok(curscr, TRUE);
+    for (int i = t->term_base; i <= t->term_top; ++i) {
+        touchwin(t->term_win[i].window);
+        wnoutrefresh(t->term_win[i].window);
+    }
+    doupdate();
+}
+
+// The message on a screen that is too small: alone, at the top left, so
+// that it shows whatever the terminal's size.
+void show_too_small() {
+    TERMSTATE *t = ts();
+    int rows = 0, cols = 0;
+    real_size(&rows, &cols);
+    char text[200];
+    std::snprintf(text, sizeof text,
+                  KOR(1, 160, "Het venster is te klein (%d x %d): nodig is %d x %d"), cols, rows,
+                  t->term_cols, t->term_lines);
+    keep_ctype();
+    if (!g_small) g_small = newwin(0, 0, 0, 0);
+    if (!g_small) return;
+    keypad(g_small, TRUE);
+    werase(g_small);
+    wmove(g_small, 0, 0);
+    put_text(g_small, text, (int)std::strlen(text));
+    clearok(g_small, TRUE);
+    wrefresh(g_small);
+}
+
+// A window change: wait while the terminal is too small, then draw all.
+void window_changed() {
+    while (!big_enough()) {
+        show_too_small();
+        // Only the next window change counts; keys meanwhile are dropped.
+        int c;
+        do {
+            check_stop();
+            errno = 0;
+            c = read_key(g_small ? g_small : stdscr);
+            if (c == ERR && errno != EINTR && ++g_errcount > 3) terminal_gone();
+            if (c != ERR) g_errcount = 0;
+        } while (c != KEY_RESIZE);
+    }
+    if (g_small) {
+        delwin(g_small);
+        g_small = nullptr;
+    }
+    redraw_all();
 }
 
 // Inner size of a window record.
@@ -166,6 +377,8 @@ void SCRINIT() {
     t->term_current = -1;
     t->term_top = -1;
     t->term_delay = 1;
+    install_signals();
+    choose_charset();
     tty_save();
     tty_noecho();
     // The input set is made before any terminal exists: INSETNEW copies the
@@ -249,9 +462,9 @@ void SCRTERM(const char *suffix) {
     install_signals();
     typeahead(-1);
     set_escdelay(100);
-    // The suite's texts are code page 850: bytes 128 to 255 go to the
-    // terminal as they are, whatever the C locale thinks of them.
-    use_legacy_coding(2);
+    // On a code page 850 terminal bytes 128 to 255 go out as they are,
+    // whatever the C locale thinks of them.
+    if (!g_utf8) use_legacy_coding(2);
     put_cap("is2");
     put_cap("is3");
     t->term_base = t->term_wincount;
@@ -267,6 +480,7 @@ void SCRTERM(const char *suffix) {
     }
     t->term_lines = getmaxy(stdscr);
     t->term_cols = getmaxx(stdscr);
+    if (!big_enough()) window_changed();
 }
 
 void SCREND() {
@@ -279,6 +493,8 @@ void SCREND() {
         WAITCLEAR();
         if (top()) wrefresh(top()->window);
         while (t->term_top > 0) WINCLOSE();
+        if (g_small) delwin(g_small);
+        g_small = nullptr;
         endwin();
         for (int i = t->term_count - 1; i >= 0; --i)
             if (t->term_list[i].screen) delscreen(t->term_list[i].screen);
@@ -445,7 +661,7 @@ static int text_at(WINREC *r, chtype attr, int row, int col, const char *text) {
     int len = std::min((int)std::strlen(text), room);
     WINATTR(attr);
     WINMOVE(row, col);
-    waddnstr(r->window, text, len);
+    put_text(r->window, text, len);
     return len;
 }
 
@@ -471,7 +687,7 @@ int WINPUTS(const char *fmt, ...) {
     va_start(ap, fmt);
     int n = vformat(buf, sizeof buf, fmt, ap);
     va_end(ap);
-    waddstr(r->window, buf);
+    put_text(r->window, buf, n);
     SCRREFRESH_THROTTLED();
     return n;
 }
@@ -543,11 +759,14 @@ void WINCLREOS(int row, int col) {
 }
 
 void SCRFLUSH(int seconds) {
+    check_stop();
     WINREC *r = top();
     if (!r) return;
+    keep_ctype();
     if (!ts()->term_off) wrefresh(r->window);
     ts()->term_lastrefresh = std::time(nullptr);
-    if (seconds > 0) sleep((unsigned)seconds);
+    if (seconds > 0) sleep((unsigned)seconds); // a signal cuts it short
+    check_stop();
 }
 
 void SCRREPAINT() {
@@ -570,11 +789,13 @@ void SCRDELAY(int seconds) {
 int SCRDELAYGET() { return ts() ? ts()->term_delay : 1; }
 
 void SCRREFRESH_THROTTLED() {
+    check_stop();
     TERMSTATE *t = ts();
     WINREC *r = top();
     if (!r || t->term_off || t->term_delay < 0) return;
     time_t now = std::time(nullptr);
     if (t->term_delay == 0 || now - t->term_lastrefresh >= t->term_delay) {
+        keep_ctype();
         wrefresh(r->window);
         t->term_lastrefresh = now;
     }
@@ -608,7 +829,8 @@ void error(const char *fmt, ...) {
         int n = (int)std::strlen(buf);
         wattrset(w, battr);
         // The last cell of the screen is left alone: writing it would scroll.
-        mvwaddnstr(w, row, 0, buf, std::min(n, getmaxx(w) - 1));
+        wmove(w, row, 0);
+        put_text(w, buf, std::min(n, getmaxx(w) - 1));
         beep();
     }
     wattrset(w, ATTR_DATA);
@@ -633,6 +855,8 @@ void SCRFATAL(const char *fmt, ...) {
         g_modem_hangup = nullptr;
         h();
     }
+    // The files first: whatever happens to the screen, they are sound.
+    nv::fatal_stop_files();
     const char *title = KOR(1, 94, "PROGRAMMA AFGEBROKEN");
     const char *support = KOR(1, 95, "Neem contact op met de Support-groep");
     const char *enter = KOR(1, 96, "<ENTER> voor vervolg");
@@ -651,10 +875,13 @@ void SCRFATAL(const char *fmt, ...) {
         wrefresh(WINCUR());
         int errors = 0;
         for (;;) {
-            int c = g_keystack.empty() ? wgetch(stdscr) : g_keystack.back();
+            check_stop();
+            errno = 0;
+            int c = g_keystack.empty() ? read_key(stdscr) : g_keystack.back();
             if (!g_keystack.empty()) g_keystack.pop_back();
             if (c == '\n' || c == '\r' || c == KEY_ENTER) break;
-            if (c == ERR && ++errors > 50) break; // no one at the line
+            if (c == KEY_RESIZE) window_changed();
+            if (c == ERR && errno != EINTR && ++errors > 3) break; // no one at the line
             if (g_headless && g_keystack.empty()) break;
         }
         while (t->term_top > 0) WINCLOSE();
@@ -662,7 +889,9 @@ void SCRFATAL(const char *fmt, ...) {
     }
     std::free(probe);
     if (t && t->term_current >= 0) endwin();
-    std::printf("%s\r\n%s\r\n%s\r\n%s", title, text, support, enter);
+    std::printf("%s\r\n%s\r\n%s\r\n%s", nv::scr::to_terminal(title).c_str(),
+                nv::scr::to_terminal(text).c_str(), nv::scr::to_terminal(support).c_str(),
+                nv::scr::to_terminal(enter).c_str());
     std::fflush(stdout);
     int c;
     if (!g_headless)
@@ -721,7 +950,15 @@ void KEYPUSH(int code) {
 
 int KEYGET(WINDOW *w) {
     TERMSTATE *t = ts();
+    static int answers = 0;
     for (;;) {
+        if (g_stopping) {
+            // A question asked while the program stops (a file that closes
+            // badly) gets ENTER; never a wait for a line that is gone.
+            if (++answers > 20) std::_Exit(1);
+            return '\n';
+        }
+        check_stop();
         if (t && t->term_sigkey) {
             int k = t->term_sigkey;
             t->term_sigkey = 0;
@@ -729,30 +966,49 @@ int KEYGET(WINDOW *w) {
         }
         if (g_headless) nv::fatal("KEYGET: %s", "geen toetsen meer (headless)");
         errno = 0;
-        int c = wgetch(w ? w : stdscr);
+        int c = read_key(w ? w : stdscr);
         if (c == ERR) {
-            if (t && t->term_sigkey) continue;
-            if (errno != EINTR && ++g_errcount > 100) {
-                // The line is gone: treat it as the exit key.
-                g_errcount = 0;
-                return KEY_EXIT;
-            }
+            // A blocking read only fails for a signal or a terminal that is
+            // gone; a few tries tell the two apart.
+            if (errno != EINTR && ++g_errcount > 3) terminal_gone();
             continue;
         }
         g_errcount = 0;
+        if (c == KEY_RESIZE) {
+            window_changed();
+            continue;
+        }
         if (c == 17 || c == 19 || c < -1) continue;
         return c;
     }
+}
+
+int KEYWAIT(WINDOW *w, int ms) {
+    check_stop();
+    if (g_stopping) return KEYGET(w);
+    wtimeout(w, ms);
+    int c = read_key(w);
+    while (c == KEY_RESIZE) {
+        window_changed();
+        c = read_key(w);
+    }
+    wtimeout(w, -1);
+    return c;
 }
 
 bool KEYHIT() {
     if (!g_keystack.empty()) return true;
     if (g_macro && g_macro->pending && g_macro->pending()) return true;
     WINDOW *w = WINCUR();
-    if (!w || g_headless) return false;
+    if (!w || g_headless || g_stopping) return false;
+    check_stop();
     nodelay(w, TRUE);
-    int c = wgetch(w);
+    int c = read_key(w);
     nodelay(w, FALSE);
+    if (c == KEY_RESIZE) {
+        window_changed();
+        return false;
+    }
     if (c == ERR) return false;
     g_keystack.push_back(c);
     return true;
@@ -885,4 +1141,51 @@ void INSETFREE(INPUTSET *set) {
     if (!set) return;
     std::free(set->scratch);
     std::free(set);
+}
+
+// ------------------------------------------------------- character sets
+
+bool nv::scr::utf8() {
+    return g_utf8;
+}
+
+std::string nv::scr::to_terminal(const char *text) {
+    std::string out;
+    for (const char *p = text ? text : ""; *p; ++p) {
+        unsigned char c = (unsigned char)*p;
+        char32_t u = c < 0x20 || c == 0x7F ? U'?' : g_utf8 ? cp850::to_unicode(c) : c;
+        if (!g_utf8 || u < 0x80) {
+            out += (char)u;
+        } else if (u < 0x800) {
+            out += (char)(0xC0 | (u >> 6));
+            out += (char)(0x80 | (u & 0x3F));
+        } else {
+            out += (char)(0xE0 | (u >> 12));
+            out += (char)(0x80 | ((u >> 6) & 0x3F));
+            out += (char)(0x80 | (u & 0x3F));
+        }
+    }
+    return out;
+}
+
+std::string nv::scr::from_terminal(const char *text) {
+    if (!g_utf8) return text ? text : "";
+    std::string out;
+    const unsigned char *p = (const unsigned char *)(text ? text : "");
+    while (*p) {
+        char32_t u = *p;
+        int more = u < 0x80 ? 0 : u >= 0xF0 ? 3 : u >= 0xE0 ? 2 : u >= 0xC0 ? 1 : -1;
+        if (more > 0) u &= 0x3F >> more;
+        ++p;
+        for (int i = 0; i < more; ++i, ++p) {
+            if ((*p & 0xC0) != 0x80) {
+                more = -1;
+                break;
+            }
+            u = (u << 6) | (*p & 0x3F);
+        }
+        int b = more < 0 ? -1 : cp850::from_unicode(u);
+        out += b < 0 ? '?' : (char)b;
+    }
+    return out;
 }

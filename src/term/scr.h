@@ -12,12 +12,34 @@
 // Colours: each window level n (its index in term_win) owns the pairs n+1,
 // n+8, n+15 and n+22, set from its scheme when it opens.
 //
+// Character sets: every text of the system is code page 850. A terminal that
+// speaks it (or any 8-bit set) gets the bytes as they are; a terminal that
+// speaks UTF-8 gets each character as its Unicode character, and what it
+// types arrives as the code page 850 byte, so that fields, lists and hot
+// letters never see anything else. Which of the two is found at SCRINIT
+// from the locale's character set (LC_CTYPE), or from TERMCODE ("utf8" or
+// "cp850") for terminals whose locale says otherwise. The screen needs that
+// LC_CTYPE for as long as it runs, and puts it back when other code has
+// changed it. Control bytes in a text never reach the terminal: they show
+// as '?'.
+//
+// The screen is always the suite's fixed size. A window change is no key:
+// the screen is drawn again whole; a terminal smaller than that size shows
+// a message naming the size needed until it is big enough again.
+//
+// A hang-up (SIGHUP), SIGTERM or a terminal that is gone (end of file or an
+// error on the key read) ends the program the way a fatal error does, but
+// without waiting for anyone: the files are closed (nv::fatal_stop_files),
+// the terminal restored where it still exists, exit status 1. The signal
+// handlers only set a flag; key reads, refreshes and pauses look at it.
+//
 // This header deliberately does not include <term.h>: its capability macros
 // (key_cancel, ...) would clash with the key-table names below.
 #pragma once
 
-#include <curses.h>
 #include <ctime>
+#include <curses.h>
+#include <string>
 
 // ---------------------------------------------------------------- key table
 enum {
@@ -165,9 +187,14 @@ void WAITOFF();
 void WAITON();
 
 // --------------------------------------------------------------------- keys
+// A character typed on a UTF-8 terminal that code page 850 does not hold.
+// It is in no input set, so every field refuses it with its beep.
+constexpr int KEY_NOCHAR = 0x7F00;
+
 void KEYPUSH(int code);
 int KEYREAD(WINDOW *w);
 int KEYGET(WINDOW *w);
+int KEYWAIT(WINDOW *w, int ms); // a key within ms milliseconds, else ERR
 bool KEYHIT();
 char *KEYNAME(int code, char *buf);
 void KEYALLOW(int code);
@@ -197,7 +224,17 @@ void SCRMACROHOOKS(const MacroHooks *hooks);
 // The modem hang-up of the fatal path (installed by the modem driver).
 void SCRMODEMHOOK(void (*hangup)());
 
+namespace nv::scr {
+bool utf8(); // the terminal speaks UTF-8
+// A code page 850 text as the bytes the terminal shows it with.
+std::string to_terminal(const char *text);
+// Text in the terminal's character set (arguments, file and directory names
+// of the system) in code page 850; '?' for what the code page lacks.
+std::string from_terminal(const char *text);
+} // namespace nv::scr
+
 // ----------------------------------------------- headless use (tests, tools)
 // With a headless screen SCRINIT opens ncurses on /dev/null-like streams of
 // the given size instead of the real terminal; tests push keys with KEYPUSH.
+// It speaks code page 850 unless TERMCODE says utf8.
 void SCRHEADLESS(int lines, int cols);

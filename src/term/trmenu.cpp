@@ -270,10 +270,7 @@ int next_key(const Run &r) {
     if (g_feed_n > 0) return g_feed[--g_feed_n];
     SCRFLUSH(0);
     if (r.timed && !term_state->term_sigkey && !KEYHIT()) {
-        WINDOW *w = WINCUR();
-        wtimeout(w, g_timeout * 1000);
-        int c = wgetch(w);
-        wtimeout(w, -1);
+        int c = KEYWAIT(WINCUR(), g_timeout * 1000);
         if (c == ERR) return KEY_TIMEDOUT;
         KEYPUSH(c);
     }

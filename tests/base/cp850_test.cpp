@@ -1,6 +1,8 @@
 #include "base/cp850.h"
 
 #include <gtest/gtest.h>
+#include <iconv.h>
+#include <utility>
 
 namespace {
 
@@ -32,6 +34,30 @@ TEST(Cp850, ClassesAndCase) {
     EXPECT_EQ(upper(0xD5), 'I');
     EXPECT_EQ(upper(0xE1), 0xE1);
     EXPECT_EQ(upper(0x84), 0x8E);
+}
+
+// Every character of the upper half against the C library's own table of the
+// code page: shown as its Unicode character and typed back as its byte. The
+// box characters the screen draws with are the single lines and the block.
+TEST(Cp850, UnicodeBothWays) {
+    iconv_t cd = iconv_open("UTF-32LE", "CP850");
+    ASSERT_NE(cd, (iconv_t)-1);
+    for (int c = 0; c < 256; ++c) {
+        char in = (char)c, *ip = &in;
+        char32_t u = 0;
+        char *op = reinterpret_cast<char *>(&u);
+        size_t il = 1, ol = sizeof u;
+        ASSERT_NE(iconv(cd, &ip, &il, &op, &ol), (size_t)-1) << c;
+        EXPECT_EQ(cp850::to_unicode((unsigned char)c), u) << c;
+        EXPECT_EQ(cp850::from_unicode(u), c) << c;
+    }
+    iconv_close(cd);
+    const std::pair<int, char32_t> box[] = {{0xC4, U'─'}, {0xB3, U'│'}, {0xDA, U'┌'}, {0xBF, U'┐'},
+                                            {0xC0, U'└'}, {0xD9, U'┘'}, {0xC5, U'┼'}, {0xDB, U'█'}};
+    for (auto [c, u] : box)
+        EXPECT_EQ(cp850::to_unicode((unsigned char)c), u) << c;
+    for (char32_t u : {U'€', U'Œ', U'ő', U'\x80', U'\x9d'})
+        EXPECT_EQ(cp850::from_unicode(u), -1) << (unsigned)u;
 }
 
 } // namespace

@@ -121,10 +121,18 @@ TEST_F(Start, SecondStartWaitsForTheUserRecord) {
     ASSERT_TRUE(second.wait_for("norvanke foutief gestart, code 0", 8000)) << second.screen();
 }
 
+// A catalogue whose release message reads an argument too many is not used.
 TEST_F(Start, ReleaseOfTheFilesMustMatch) {
     make("--user BEHEER:S:norvanke --release 8.70X");
-    start("norvanke BEHEER 1 norpot");
+    std::ofstream(shop.file("det.msg")) << "$set 1\n142 Release %s van %s\n";
+    nvt::run("gencat " + shop.file("DETAIL") + " " + shop.file("det.msg"));
+    start("norvanke BEHEER 1 norpot", {{"NLSPATH", shop.path() + "/%N"}});
     expect_fatal("Foutieve release: bestanden van 8.70X");
+    std::ofstream(shop.file("DTSYS.TXT"), std::ios::binary)
+        << std::string(sysmap::FILE_SIZE, '\x1b');
+    nvt::Tmux t;
+    t.start(BIN + "/norvanke norvanke BEHEER 1 norpot", shop.path());
+    ASSERT_TRUE(t.wait_for("DTSYS.TXT is beschadigd: geen leesbare release")) << t.screen();
 }
 
 TEST_F(Start, WrongStartCodes) {

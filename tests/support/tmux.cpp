@@ -105,6 +105,14 @@ void Tmux::raw(const std::string &bytes) {
     tmux("send-keys -H" + hex);
 }
 
+void Tmux::resize(int cols, int rows) {
+    tmux("resize-window -x " + std::to_string(cols) + " -y " + std::to_string(rows));
+}
+
+void Tmux::record(const std::string &file) {
+    tmux("pipe-pane -o " + quote("cat >> " + quote(file)));
+}
+
 std::string Tmux::screen() { return tmux("capture-pane -p"); }
 
 std::string Tmux::row(int n) {

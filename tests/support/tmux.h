@@ -32,6 +32,9 @@ class Tmux {
     void help() { raw("\x1b[28~"); }
     void exitkey() { raw("\x1b[41~"); }
 
+    void resize(int cols, int rows);      // the window changes size
+    void record(const std::string &file); // from now on, the bytes the program writes
+
     std::string screen();      // the whole pane, rows joined by '\n'
     std::string row(int n);    // 1-based row, as shown
     bool wait_for(const std::string &text, int ms = 5000);

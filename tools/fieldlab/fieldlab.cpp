@@ -1,14 +1,19 @@
 // fieldlab: runs one field on the terminal and prints what came out of it.
 //
 //   fieldlab FORMAT [--value V] [--lower L] [--upper U]
-//            [--keys cancel,f5,up,down,...] [--out FILE]
+//            [--keys cancel,f5,up,down,...] [--list ITEM,ITEM,...] [--out FILE]
 //
 // The label "Veld" stands at row 10, column 1, the field at row 10, column
 // 10 of a full-screen window. The initial value is a number for numeric
 // types and for D (a day number), the text for c, C, s, S, the hex text
-// for x, X, and 0 or 1 for b. Afterwards the terminal is closed and these
-// lines go to stdout (or FILE): value=, status=, key=, changed=.
+// for x, X, and 0 or 1 for b. With --list a selection list of the items
+// comes first, each with its first letter as hot letter; the item chosen is
+// the initial value. Texts on the command line are in the terminal's
+// character set. Afterwards the terminal is closed and these lines go to
+// stdout (or FILE) with the value's bytes as the field holds them (code
+// page 850): value=, status=, key=, changed=.
 #include "term/ingave.h"
+#include "term/sel.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -135,12 +140,51 @@ std::string show(const Var &v, char type, int len) {
     return b;
 }
 
+std::vector<std::string> split(const std::string &list) {
+    std::vector<std::string> out;
+    for (std::string rest = list; !rest.empty();) {
+        size_t comma = rest.find(',');
+        std::string name = rest.substr(0, comma);
+        rest = comma == std::string::npos ? "" : rest.substr(comma + 1);
+        if (!name.empty()) out.push_back(name);
+    }
+    return out;
+}
+
+std::vector<std::string> g_items;
+SEL *g_list;
+int32_t g_cur;
+
+bool list_step(int32_t delta) {
+    int32_t p = (delta == 0 ? g_list->sel_pos : g_cur) + delta;
+    if (p < 0 || p >= (int32_t)g_items.size()) return false;
+    g_cur = g_list->sel_pos = p;
+    return true;
+}
+
+const char *list_row() {
+    static std::string row;
+    row = "&" + g_items[(size_t)g_cur];
+    return row.c_str();
+}
+
+// The list; the item chosen, or null when none was.
+const char *choose() {
+    g_list = SELNEW(list_step, nullptr, nullptr, list_row);
+    g_list->sel_pos = 0;
+    g_list->sel_array = true;
+    std::snprintf(g_list->sel_title, sizeof g_list->sel_title, "Keuze");
+    const char *chosen = SELRUN(g_list, 1) ? g_items[(size_t)g_list->sel_pos].c_str() : nullptr;
+    SELFREE(g_list);
+    return chosen;
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
     if (argc < 2) usage(nullptr);
     const char *format = argv[1];
-    const char *value = nullptr, *out = nullptr, *keys = "";
+    const char *value = nullptr, *out = nullptr, *keys = "", *list = nullptr;
     const char *lower = nullptr, *upper = nullptr;
     for (int i = 2; i < argc; ++i) {
         std::string a = argv[i];
@@ -156,25 +200,29 @@ int main(int argc, char **argv) {
             keys = v;
         else if (a == "--out")
             out = v;
+        else if (a == "--list")
+            list = v;
         else
             usage(("unknown option " + a).c_str());
     }
     std::vector<int> slotlist;
-    for (std::string rest = keys; !rest.empty();) {
-        size_t comma = rest.find(',');
-        std::string name = rest.substr(0, comma);
-        rest = comma == std::string::npos ? "" : rest.substr(comma + 1);
-        if (name.empty()) continue;
+    for (const std::string &name : split(keys)) {
         int s = slot_of(name);
         if (s < 0) usage(("unknown key " + name).c_str());
         slotlist.push_back(s);
     }
     char type = type_of(format);
     static Var var;
-    load(var, type, value);
 
     SCRINIT();
+    std::string start = nv::scr::from_terminal(value ? value : "");
     WINTEXT(ATTR_LABEL, 10, 1, "Veld");
+    if (list) {
+        for (const std::string &item : split(list))
+            g_items.push_back(nv::scr::from_terminal(item.c_str()));
+        if (const char *c = g_items.empty() ? nullptr : choose()) start = c;
+    }
+    load(var, type, value || list ? start.c_str() : nullptr);
     if (lower) term_state->term_set->lower = std::strtod(lower, nullptr);
     if (upper) term_state->term_set->upper = std::strtod(upper, nullptr);
     std::vector<int *> exitkeys;

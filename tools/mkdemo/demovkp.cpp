@@ -20,8 +20,9 @@ std::vector<Seller> sellers(const Options &opt) {
         {6, "Fatima Yilmaz", "Fatima"},
         {7, "Joost van Dijk", "Joost"},
         {8, "Lotte Visser", "Lotte"},
-        {9, "Emile Dubois", "Emile"},
-        {10, "Eva Mulder", "Eva"},
+        // Code page 850, as every name in the files: E acute, e and u diaeresis.
+        {9, "\x90mile Dubois", "\x90mile"},
+        {10, "Zo\x89 M\x81ller", "Zo\x89"},
     };
     if (opt.size == "large") {
         const char *first[] = {"Bram", "Iris", "Noah", "Julia", "Sem", "Tess", "Luuk", "Mila"};
