@@ -5,6 +5,7 @@
 #include "demosale.h"
 
 #include "base/datum.h"
+#include "base/osfile.h"
 #include "frame/iosys.h"
 #include "merch/ean.h"
 #include "merch/ioeti.h"
@@ -414,30 +415,43 @@ std::string build_merch(const std::string &dir, const Options &opt, const SalePl
     ICB *art = IXOPEN((dir + "/DTART").c_str(), 0);
     ioeti_use_art(art);
 
+    // The chains lie in memory first and go to the file in one write: the
+    // series' blocks follow each other every ns blocks. The labels are
+    // packed as the store packs them.
     size_t ns = ser.size();
     size_t blocks = ((labels + 9) / 10 + ns - 1) / ns * ns + ns;
-    if (opt.size == "large") blocks = std::max(blocks, (100000 + ns - 1) / ns * ns);
+    if (opt.size == "large") blocks = std::max(blocks, (1000000 / 9 + ns) / ns * ns);
     std::vector<Stock> stock(ns);
+    std::vector<eti_blok> file(blocks);
     for (size_t b = 0; b < blocks; ++b) {
         Stock &st = stock[b % ns];
+        eti_blok &blok = file[b];
         etiket_rec r = lm.make((int32_t)b, 0);
-        if (b >= ns) { // the series' tail in hand: the new block is linked behind it
-            n = (int32_t)(b - ns) * 10 + 1;
-            ioeti('R', &n, &r);
-            r = lm.make((int32_t)b, 0);
-        }
-        ioeti('I', &n, &r);
+        blok.kop = eti_kop{r.art_nr, r.kleur, r.volgnr, 0, {}, -1};
+        if (b + ns < blocks) blok.kop.volgend_blok = (int32_t)(b + ns);
         if (st.kop < 0) st.kop = (int32_t)b;
-        for (int32_t label = (int32_t)b * 10 + 1; label <= (int32_t)b * 10 + 10; ++label) {
-            r = lm.make((int32_t)b, label);
+        for (int slot = 0; slot < 10; ++slot) {
+            r = lm.make((int32_t)b, (int32_t)b * 10 + slot + 1);
             if (r.status == ETI_VRIJ) continue;
-            n = label;
-            ioeti('W', &n, &r);
+            ioeti_pack(&r, &blok, slot);
             ++st.count[r.status];
             if (r.status >= ETI_VOORRAAD) st.laatst_ontv = std::max(st.laatst_ontv, r.ontvangen);
             if (r.status == ETI_VERKOPEN) st.laatst_verk = std::max(st.laatst_verk, r.verkocht_op);
         }
     }
+    fd = open(eti.c_str(), O_WRONLY);
+    size_t size = blocks * sizeof(eti_blok);
+    bool written = fd >= 0 && nv::os::pwrite_full(fd, file.data(), size, 0) == (ssize_t)size;
+    if (fd >= 0) close(fd);
+    if (!written) return "kan DTETI.TXT niet schrijven";
+    std::vector<eti_blok>().swap(file);
+    ioeti_reopen();
+    eti_vrij_rec alloc{};
+    nr = sysmap::REC_LABELHEAD;
+    iosys('X', &nr, &alloc, sysmap::FIXED);
+    alloc.eti_vrij_kop = alloc.eti_nieuw = (int32_t)blocks;
+    alloc.eti_vrij_aantal = 0;
+    iosys('W', &nr, &alloc, sysmap::FIXED);
     // A free chain: blocks taken for a series that is then given up.
     ser_rec gone{};
     etiket_rec scrap{};
