@@ -1,6 +1,7 @@
 // The demo's articles, series and label store: see demomerch.h. The labels
-// are written through the label store itself (ioeti), so the demo's file is
-// exactly what the program writes.
+// are packed by the label store itself (ioeti_pack) and its free chain is
+// made by its own actions, so the demo's file is exactly what the program
+// writes.
 #include "demomerch.h"
 #include "demosale.h"
 

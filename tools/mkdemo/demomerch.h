@@ -7,9 +7,9 @@
 // sales are sold labels, the offline till's sales are still in stock in
 // branch 0 until the till's journal is processed. The other slots hold
 // labels in every status and a few free slots; behind the chains lies a
-// free chain of four blocks. The turnover group of a label's article
-// follows from its block, which is how the sale plan gives its lines the
-// right group.
+// free chain of four blocks. A label's series, size and price follow from
+// its number (label_series, label_maat, series_price), which is how the
+// sale plan gives its lines the right goods, group and amount.
 #pragma once
 
 #include "demoshop.h"
