@@ -1,7 +1,7 @@
 // The demo shop builder: see demoshop.h.
 #include "demoshop.h"
-#include "demomerch.h"
 #include "demoomz.h"
+#include "demomerch.h"
 #include "demosale.h"
 
 #include "base/datum.h"
@@ -27,8 +27,7 @@ void scrambled(char *field, size_t size, const std::string &name, uint8_t key) {
 
 namespace {
 
-void put(std::vector<uint8_t> &file, const sysmap::Table &t, long nr, const void *rec,
-         size_t size) {
+void put(std::vector<uint8_t> &file, const sysmap::Table &t, long nr, const void *rec, size_t size) {
     std::memcpy(file.data() + t.base + (nr - 1) * t.length, rec, size);
 }
 
@@ -46,9 +45,7 @@ bool write_file(const std::string &path, const void *data, size_t size) {
     return ok;
 }
 
-uint16_t today() {
-    return datum_vandaag();
-}
+uint16_t today() { return datum_vandaag(); }
 
 std::string build_sys(const std::string &dir, const Options &opt) {
     std::vector<uint8_t> f(sysmap::FILE_SIZE, 0);
@@ -107,8 +104,7 @@ std::string build_sys(const std::string &dir, const Options &opt) {
     a.vanaf = (uint16_t)(today() - 7);
     a.tot = (uint16_t)(today() + 21);
     a.actiecode = 1;
-    for (int br = 0; br < opt.branches; ++br)
-        a.filialen[br / 8] |= (uint8_t)(1u << (br % 8));
+    for (int br = 0; br < opt.branches; ++br) a.filialen[br / 8] |= (uint8_t)(1u << (br % 8));
     put_text(a.omschrijving, sizeof a.omschrijving, "Najaarsactie");
     put(f, sysmap::ACTIONS, 1, &a, sizeof a);
 
@@ -139,8 +135,7 @@ std::string build_kasparm(const std::string &dir) {
     std::memcpy(k.valuta[0], "EUR", 3);
     std::memcpy(k.valuta[1], "USD", 3);
     const char *texts[] = {"Aanbetaling", "Cadeaubon", "Reparatie"};
-    for (int i = 0; i < 3; ++i)
-        std::snprintf(k.ontvangst[i].tekst, sizeof k.ontvangst[i].tekst, "%s", texts[i]);
+    for (int i = 0; i < 3; ++i) std::snprintf(k.ontvangst[i].tekst, sizeof k.ontvangst[i].tekst, "%s", texts[i]);
     if (!write_file(dir + "/KASPARM.TXT", &k, sizeof k)) return "kan KASPARM.TXT niet schrijven";
     return "";
 }
@@ -151,8 +146,8 @@ std::string build(const std::string &dir, const Options &opt) {
     mkdir(dir.c_str(), 0775);
     if (opt.branches < 1 || opt.branches > 99) return "aantal filialen moet 1 t/m 99 zijn";
     if (opt.users.size() > 99) return "te veel gebruikers";
-    for (auto step :
-         {build_sys(dir, opt), build_branches(dir, opt), build_kasparm(dir), build_printers(dir)})
+    for (auto step : {build_sys(dir, opt), build_branches(dir, opt), build_kasparm(dir),
+                      build_printers(dir)})
         if (!step.empty()) return step;
     if (std::string e = build_sellers(dir, opt); !e.empty()) return e;
     for (auto step : {build_betm(dir, opt), build_customers(dir, opt), build_omzet(dir, opt)})

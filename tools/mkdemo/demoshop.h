@@ -11,8 +11,8 @@
 namespace demo {
 
 struct User {
-    std::string name;   // clear text; stored scrambled
-    char rechten = ' '; // 'S' supervisor, 'I' look only, other normal
+    std::string name;       // clear text; stored scrambled
+    char rechten = ' ';     // 'S' supervisor, 'I' look only, other normal
     std::string programma = "norpot";
     uint8_t status = 0;
     std::string tty;
@@ -21,7 +21,7 @@ struct User {
 struct Options {
     std::string size = "small"; // small | large
     std::string release = "8.70 ";
-    uint8_t vlag1 = 1 | 2 | 4; // customers, sales on customers, tills and journals
+    uint8_t vlag1 = 1 | 2 | 4;  // customers, sales on customers, tills and journals
     uint8_t vlag2 = 0;
     uint8_t vlag3 = 0;
     int branches = 3;

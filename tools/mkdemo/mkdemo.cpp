@@ -12,10 +12,9 @@
 
 namespace {
 int usage() {
-    std::fprintf(
-        stderr,
-        "gebruik: mkdemo DIR [--size small|large] [--branches N] [--vlag1 N] [--vlag2 N]\n"
-        "                    [--vlag3 N] [--release TEKST] [--user NAAM:RECHT[:PROGRAMMA]]...\n");
+    std::fprintf(stderr,
+                 "gebruik: mkdemo DIR [--size small|large] [--branches N] [--vlag1 N] [--vlag2 N]\n"
+                 "                    [--vlag3 N] [--release TEKST] [--user NAAM:RECHT[:PROGRAMMA]]...\n");
     return 2;
 }
 
@@ -90,7 +89,7 @@ int main(int argc, char **argv) {
     link_program(here + "/suitestub", bin + "/norpot");
     link_program(here + "/suitestub", bin + "/norbilst");
     link_program(here + "/norvanke", bin + "/norvanke");
-    std::printf("mkdemo: winkel gemaakt in %s (%d filialen, %zu gebruikers)\n", dir.c_str(),
-                opt.branches, opt.users.size());
+    std::printf("mkdemo: winkel gemaakt in %s (%d filialen, %zu gebruikers)\n", dir.c_str(), opt.branches,
+                opt.users.size());
     return 0;
 }
