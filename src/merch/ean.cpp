@@ -70,7 +70,7 @@ void ean_tekst(const char *text, char *out) {
 bool eti_ean(int soort, long nummer, char *out) {
     if (soort != EAN_LABEL && (soort < 'A' || soort > 'Z')) return false;
     if (nummer < 0 || nummer > k_most) return false;
-    char code[32]; // room for what the compiler cannot see is out of range
+    char code[32]; // the checks above keep it to 13 digits
     std::snprintf(code, sizeof code, "20%02d%09ld", soort ? soort - 64 : 0, nummer);
     std::memcpy(out, code, 14);
     int s = weighted(out, 1), d = 0;
