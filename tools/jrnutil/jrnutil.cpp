@@ -12,8 +12,14 @@
 //                        at the end of the file or "OFFSET ?" where an
 //                        unknown letter or a cut record stops the reading.
 //                        Texts are quoted, with \" \\ and \xNN escapes.
+//                        A sale or return line that is not cancelled and
+//                        carries marks ends in signaal="..." with the
+//                        words of its marks, as the signal report prints
+//                        them (the price note needs the label store, which
+//                        jrnutil does not open).
 //
 // Bad arguments and files that can't be read: a message, exit status 3.
+#include "journal/vwkas.h"
 #include "sale/iojrn.h"
 
 #include <cerrno>
@@ -198,6 +204,13 @@ int cmd_dump(const char *path) {
         const char *base = (const char *)iojrn_area(c, c->letter);
         for (size_t i = 0; i < n; ++i)
             line += " " + std::string(list[i].name) + "=" + value(base, list[i]);
+        if (jrn_is_line(c->letter) && !(c->regel.lflags & LF_GEANNULEERD)) {
+            const char *t = signaal_tekst(c, 3);
+            if (*t) {
+                line += " signaal=";
+                quoted(line, t, std::strlen(t));
+            }
+        }
         std::puts(line.c_str());
     }
     std::printf("%lld %c\n", (long long)c->pos, c->letter);
