@@ -18,6 +18,14 @@
 namespace {
 
 class Boek : public ::testing::Test {
+  public:
+    static ser_rec serie(const etiket_rec &e) {
+        ser_rec s{};
+        s.art_nr = e.art_nr, s.kleur = e.kleur, s.volgnr = e.volgnr;
+        IXREAD(dtser, &s);
+        return s;
+    }
+
   protected:
     Winkel w;
     jrn_cursor *c = nullptr;
@@ -46,12 +54,6 @@ class Boek : public ::testing::Test {
         etiket_rec e{};
         return ioeti('R', &n, &e) ? e : etiket_rec{};
     }
-    static ser_rec serie(const etiket_rec &e) {
-        ser_rec s{};
-        s.art_nr = e.art_nr, s.kleur = e.kleur, s.volgnr = e.volgnr;
-        IXREAD(dtser, &s);
-        return s;
-    }
     void regel(char tx, char soort, uint32_t nummer, int32_t prijs, int32_t bedrag,
                uint16_t aantal = 1) {
         c->letter = tx;
@@ -63,9 +65,11 @@ class Boek : public ::testing::Test {
     static int32_t omzet() { return omz_acc.bon[1] - omz_acc.bon[2]; }
 };
 
+// A label of a series sold by label.
 auto label_van(uint8_t st, int fil = 0) {
     return [=](const etiket_rec &e) {
-        return e.status == st && e.filiaal == fil && !e.onderweg && !e.afprijs_nr && !e.klant_nr;
+        return e.status == st && e.filiaal == fil && !e.onderweg && !e.afprijs_nr && !e.klant_nr &&
+               !Boek::serie(e).ser_maatreg;
     };
 }
 
@@ -75,7 +79,8 @@ TEST_F(Boek, LabelsInEveryStatusAndPlace) {
             nota = zoek(label_van(ETI_NOTA)), correctie = zoek(label_van(ETI_CORRECTIES)),
             ander = zoek(label_van(ETI_VOORRAAD, 1)),
             onderweg = zoek([](const etiket_rec &e) {
-                return e.status == ETI_VOORRAAD && e.onderweg && e.onderweg_filiaal == 0;
+                return e.status == ETI_VOORRAAD && e.onderweg && e.onderweg_filiaal == 0 &&
+                       !serie(e).ser_maatreg;
             });
     int32_t corr0 = zoek([&](const etiket_rec &e) { // sells like stock: no action code
         return label_van(ETI_CORRECTIES)(e) && e.art_nr != lees(correctie).art_nr;
@@ -127,7 +132,8 @@ TEST_F(Boek, LabelsInEveryStatusAndPlace) {
 
 TEST_F(Boek, ReturnAfterTheActionEnded) {
     int32_t n = zoek([](const etiket_rec &e) {
-        return e.status == ETI_VOORRAAD && e.afprijs_nr == 1 && e.filiaal == 0 && !e.onderweg;
+        return e.status == ETI_VOORRAAD && e.afprijs_nr == 1 && e.filiaal == 0 && !e.onderweg &&
+               !serie(e).ser_maatreg;
     });
     etiket_rec e = lees(n);
     regel('V', 0, (uint32_t)n, e.verkoopprijs, e.verkoopprijs);
