@@ -200,12 +200,21 @@ bool serie_van_ean() {
 }
 
 // The pick found label n: lock the series (its record read again under the
-// lock) and the label read again, as it stands now.
-bool neem(int32_t n) {
+// lock) and read the label again, as it stands now. The scan ran without the
+// lock, so another till may have booked the label in between: then the lock
+// goes back and the caller scans again.
+bool neem(int32_t n, int status) {
     IXREADL(dtser, &ser_buffer);
     eti_nummer = n;
-    return ioeti('R', &n, &eti_buffer) == 1;
+    if (ioeti('R', &n, &eti_buffer) == 1 && eti_buffer.status == status) return true;
+    IXUNLOCK(dtser, &ser_buffer);
+    return false;
 }
+
+// Each round of a pick follows a label that changed under it; a label that
+// changed no longer qualifies, so a round more never meets it again. The bound
+// only keeps a chain that is being rewritten without end from holding the till.
+constexpr int k_rondes = 100;
 
 } // namespace
 
@@ -255,8 +264,10 @@ void etiket_boek(const jrn_h &h, jrn_regel &regel, int teken) {
     IXPUTREC(dtser, &ser_buffer);
 }
 
-bool zoek_voorraad_etiket(const jrn_h &h, jrn_regel &) {
-    if (!serie_van_ean() || ser_buffer.ser_eti_kop < 0) return false;
+namespace {
+
+int32_t kies_voorraad(const jrn_h &h) {
+    if (!serie_van_ean() || ser_buffer.ser_eti_kop < 0) return -1;
     uint16_t best_eigen = 65500, best_onderweg = 65500;
     int32_t eigen = -1, onderweg = -1;
     int32_t n = ser_buffer.ser_eti_kop;
@@ -271,13 +282,12 @@ bool zoek_voorraad_etiket(const jrn_h &h, jrn_regel &) {
             onderweg = n;
         }
     }
-    int32_t gekozen = eigen >= 0 ? eigen : onderweg;
-    return gekozen >= 0 && neem(gekozen);
+    return eigen >= 0 ? eigen : onderweg;
 }
 
-bool zoek_verkocht_etiket(const jrn_h &h, jrn_regel &regel, uint16_t datum, int32_t prijs,
-                          int32_t marge) {
-    if (!serie_van_ean() || ser_buffer.ser_eti_kop < 0) return false;
+int32_t kies_verkocht(const jrn_h &h, const jrn_regel &regel, uint16_t datum, int32_t prijs,
+                      int32_t marge) {
+    if (!serie_van_ean() || ser_buffer.ser_eti_kop < 0) return -1;
     bool klanten = klanten_aan();
     uint16_t best = 0;
     int32_t gekozen = -1;
@@ -299,7 +309,28 @@ bool zoek_verkocht_etiket(const jrn_h &h, jrn_regel &regel, uint16_t datum, int3
             break;
         }
     }
-    return gekozen >= 0 && neem(gekozen);
+    return gekozen;
+}
+
+} // namespace
+
+bool zoek_voorraad_etiket(const jrn_h &h, jrn_regel &) {
+    for (int ronde = 0; ronde < k_rondes; ++ronde) {
+        int32_t n = kies_voorraad(h);
+        if (n < 0) return false;
+        if (neem(n, ETI_VOORRAAD)) return true;
+    }
+    return false;
+}
+
+bool zoek_verkocht_etiket(const jrn_h &h, jrn_regel &regel, uint16_t datum, int32_t prijs,
+                          int32_t marge) {
+    for (int ronde = 0; ronde < k_rondes; ++ronde) {
+        int32_t n = kies_verkocht(h, regel, datum, prijs, marge);
+        if (n < 0) return false;
+        if (neem(n, ETI_VERKOPEN)) return true;
+    }
+    return false;
 }
 
 void maat_boek(const jrn_h &h, jrn_regel &regel, int teken) {
