@@ -4,6 +4,7 @@
 #include "base/catalog.h"
 #include "base/fatal.h"
 #include "base/fileutil.h"
+#include "base/iolock.h"
 #include "frame/iosys.h"
 #include "sale/iojrn.h"
 #include "sale/jrnnaam.h"
@@ -12,8 +13,8 @@
 
 #include <cstdio>
 #include <cstring>
-#include <sys/stat.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -76,8 +77,9 @@ void meld(const char *a, int branch, const char *b) {
     if (aantal_filialen() > 1)
         WINTEXT(A_BOLD | A_REVERSE, row, 2, "%s%d%s%s", a, branch, b[0] ? " " : "", b);
     else
-        WINTEXT(A_BOLD | A_REVERSE, row, 2, "%s", b[0] ? DET(20, 13, "Journaal niet consistent")
-                                                       : DET(20, 12, "Journaal reeds in gebruik"));
+        WINTEXT(A_BOLD | A_REVERSE, row, 2, "%s",
+                b[0] ? DET(20, 13, "Journaal niet consistent")
+                     : DET(20, 12, "Journaal reeds in gebruik"));
     beep();
 }
 
@@ -113,7 +115,8 @@ bool jrn_lock_all() {
             meld(DET(20, 11, "Journaal voor filiaal "), b, DET(20, 14, "niet consistent"));
         else
             continue;
-        for (int u = 0; u <= b; ++u) jrn_lock(u, 'U');
+        for (int u = 0; u <= b; ++u)
+            jrn_lock(u, 'U');
         INGAVEENTER(term_state->term_lines - 1, 2);
         return false;
     }
@@ -121,5 +124,6 @@ bool jrn_lock_all() {
 }
 
 void jrn_unlock_all() {
-    for (int b = 0, n = aantal_filialen(); b < n; ++b) jrn_lock(b, 'U');
+    for (int b = 0, n = aantal_filialen(); b < n; ++b)
+        jrn_lock(b, 'U');
 }

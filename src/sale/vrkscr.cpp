@@ -8,6 +8,7 @@
 #include "base/catalog.h"
 #include "base/datum.h"
 #include "base/txt.h"
+#include "merch/ean.h"
 #include "merch/ioeti.h"
 #include "merch/leesstam.h"
 #include "merch/stam.h"
@@ -31,22 +32,38 @@ char g_kop[96]; // the column header, composed once
 
 const char *label_tekst(int f) {
     switch (f) {
-    case FN_VERKOOP: return DET(21, 1, "&Verkoop");
-    case FN_RETOUR: return DET(21, 2, "&Retour");
-    case FN_DEBITEUR: return DET(21, 3, "&Debiteurenbetaling");
-    case FN_WISSEL: return DET(21, 4, "&Wisselen van verkoper");
-    case FN_GROEP: return DET(21, 5, "&Groep");
-    case FN_GROEP_TOTAAL: return DET(21, 6, "&Totaal groep");
-    case FN_CLEAR: return DET(21, 7, "&Clearen laatste regel");
-    case FN_PRIJS: return DET(21, 8, "&Prijs ingeven/wijzigen");
-    case FN_BEDRAG: return DET(21, 9, "&Bedrag wijzigen");
-    case FN_KORTING: return DET(21, 10, "&Korting ingeven/wijzigen");
-    case FN_STUKS: return DET(21, 11, "&Stuks ingeven/wijzigen");
-    case FN_OPMERKING: return DET(21, 12, "Opmerki&ng ingeven");
-    case FN_OMZETGROEP: return DET(21, 13, "&Omzetgroep");
-    case FN_ARTIKEL: return DET(21, 14, "&Artikel");
-    case FN_MAAT: return DET(21, 15, "Serie/&Maat");
-    default: return DET(21, 16, "&/ %s");
+    case FN_VERKOOP:
+        return DET(21, 1, "&Verkoop");
+    case FN_RETOUR:
+        return DET(21, 2, "&Retour");
+    case FN_DEBITEUR:
+        return DET(21, 3, "&Debiteurenbetaling");
+    case FN_WISSEL:
+        return DET(21, 4, "&Wisselen van verkoper");
+    case FN_GROEP:
+        return DET(21, 5, "&Groep");
+    case FN_GROEP_TOTAAL:
+        return DET(21, 6, "&Totaal groep");
+    case FN_CLEAR:
+        return DET(21, 7, "&Clearen laatste regel");
+    case FN_PRIJS:
+        return DET(21, 8, "&Prijs ingeven/wijzigen");
+    case FN_BEDRAG:
+        return DET(21, 9, "&Bedrag wijzigen");
+    case FN_KORTING:
+        return DET(21, 10, "&Korting ingeven/wijzigen");
+    case FN_STUKS:
+        return DET(21, 11, "&Stuks ingeven/wijzigen");
+    case FN_OPMERKING:
+        return DET(21, 12, "Opmerki&ng ingeven");
+    case FN_OMZETGROEP:
+        return DET(21, 13, "&Omzetgroep");
+    case FN_ARTIKEL:
+        return DET(21, 14, "&Artikel");
+    case FN_MAAT:
+        return DET(21, 15, "Serie/&Maat");
+    default:
+        return DET(21, 16, "&/ %s");
     }
 }
 
@@ -54,8 +71,11 @@ const char *label_tekst(int f) {
 struct Strook {
     int f, van, tot;
 };
-constexpr Strook k_stroken[] = {{FN_OPMERKING, 30, 45}, {FN_STUKS, 47, 50}, {FN_PRIJS, 52, 59},
-                                {FN_KORTING, 61, 68}, {FN_BEDRAG, 70, 77}};
+constexpr Strook k_stroken[] = {{FN_OPMERKING, 30, 45},
+                                {FN_STUKS, 47, 50},
+                                {FN_PRIJS, 52, 59},
+                                {FN_KORTING, 61, 68},
+                                {FN_BEDRAG, 70, 77}};
 
 char andere_kast(char c) {
     if (c >= 'a' && c <= 'z') return (char)(c - 'a' + 'A');
@@ -65,7 +85,8 @@ char andere_kast(char c) {
 
 const char *kolomkop() {
     if (!g_kop[0])
-        std::snprintf(g_kop, sizeof g_kop, "%-8.7s %-15.14s%-6.4s%-16.16s|%4.4s%9.8s%9.8s%9.8s%2.1s",
+        std::snprintf(g_kop, sizeof g_kop,
+                      "%-8.7s %-15.14s%-6.4s%-16.16s|%4.4s%9.8s%9.8s%9.8s%2.1s",
                       DET(21, 20, "Artikel"), DET(21, 21, "Serie/omschr."), DET(21, 22, "Maat"),
                       DET(21, 23, "Opmerking"), DET(21, 24, "Stk"), DET(21, 25, "Prijs"),
                       DET(21, 26, "Korting"), DET(21, 27, "Bedrag"), DET(21, 28, "A"));
@@ -142,11 +163,21 @@ void functie_toetsen_lees() {
     }
 }
 
-void scherm_klantrij(bool on) { g_klantrij = on; }
-int scherm_eerste_rij() { return g_klantrij ? 7 : 6; }
-int scherm_laatste_rij() { return term_state->term_lines - 3; }
-int scherm_status_rij() { return term_state->term_lines - 2; }
-int scherm_prompt_rij() { return term_state->term_lines - 1; }
+void scherm_klantrij(bool on) {
+    g_klantrij = on;
+}
+int scherm_eerste_rij() {
+    return g_klantrij ? 7 : 6;
+}
+int scherm_laatste_rij() {
+    return term_state->term_lines - 3;
+}
+int scherm_status_rij() {
+    return term_state->term_lines - 2;
+}
+int scherm_prompt_rij() {
+    return term_state->term_lines - 1;
+}
 
 void scherm_titel(const char *soort) {
     WINCLREOL(1, 1);
@@ -175,10 +206,12 @@ void scherm_kop(int branch, int till, uint16_t date) {
 }
 
 void scherm_opbouw(uint16_t verkoper) {
-    for (int r = 2; r <= term_state->term_lines - 1; ++r) WINCLREOL(r, 1);
+    for (int r = 2; r <= term_state->term_lines - 1; ++r)
+        WINCLREOL(r, 1);
     scherm_verkoper(verkoper);
     int lijn = g_klantrij ? 5 : 4;
-    for (int c = 1; c <= 80; ++c) WINTEXT(ATTR_GRAPH, lijn, c, "%c", 'q');
+    for (int c = 1; c <= 80; ++c)
+        WINTEXT(ATTR_GRAPH, lijn, c, "%c", 'q');
     scherm_kolomkop("");
 }
 
@@ -238,7 +271,9 @@ void scherm_etiket(const char *waarschuwing, const char *merk, const char *oms) 
 }
 
 void scherm_soortteken(int row, char kind, bool groep) {
-    char t = groep ? functie_toets(FN_GROEP) : (kind == 'R' || kind == 'z') ? functie_toets(FN_RETOUR) : '|';
+    char t = groep                          ? functie_toets(FN_GROEP)
+             : (kind == 'R' || kind == 'z') ? functie_toets(FN_RETOUR)
+                                            : '|';
     WINTEXT(groep || t != '|' ? ACCENT : ATTR_LABEL, row, 47, "%c", t);
 }
 
@@ -260,7 +295,8 @@ void regel_toon(int row, char kind, const jrn_regel &r) {
 
     if (r.lflags & LF_ONBEKEND) {
         WINTEXT(A_BOLD, row, 10, "%-20.20s",
-                r.soort == 0 ? DET(21, 40, "Onbekend etiketnr") : DET(21, 41, "Onbekende serie/maat"));
+                r.soort == 0 ? DET(21, 40, "Onbekend etiketnr")
+                             : DET(21, 41, "Onbekende serie/maat"));
     } else if (r.soort == 0 || r.soort == 'E' || r.soort == 'M') {
         char serie[32], maat[4];
         serie_maat(r, serie, sizeof serie, maat);
@@ -313,7 +349,8 @@ int scherm_herbouw(jrn_cursor *c, bool jump) {
             if (vrkbon_get(start, &e) && zichtbaar(e)) ++seen;
         }
     }
-    for (int r = eerste; r <= laatste; ++r) WINCLREOL(r, 1);
+    for (int r = eerste; r <= laatste; ++r)
+        WINCLREOL(r, 1);
     // Reading S records would overwrite the group area in the cursor.
     jrn_s groep = c->s;
     jrn_regel regel = c->regel;

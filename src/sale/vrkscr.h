@@ -28,10 +28,23 @@
 
 // The sixteen functions of the receipt, numbered as in their table.
 enum : int {
-    FN_VERKOOP = 0, FN_RETOUR = 1, FN_DEBITEUR = 2, FN_WISSEL = 3, FN_GROEP = 4,
-    FN_GROEP_TOTAAL = 5, FN_CLEAR = 6, FN_PRIJS = 7, FN_BEDRAG = 8, FN_KORTING = 9,
-    FN_STUKS = 10, FN_OPMERKING = 11, FN_OMZETGROEP = 12, FN_ARTIKEL = 13, FN_MAAT = 14,
-    FN_EINDE = 15, FN_AANTAL = 16
+    FN_VERKOOP = 0,
+    FN_RETOUR = 1,
+    FN_DEBITEUR = 2,
+    FN_WISSEL = 3,
+    FN_GROEP = 4,
+    FN_GROEP_TOTAAL = 5,
+    FN_CLEAR = 6,
+    FN_PRIJS = 7,
+    FN_BEDRAG = 8,
+    FN_KORTING = 9,
+    FN_STUKS = 10,
+    FN_OPMERKING = 11,
+    FN_OMZETGROEP = 12,
+    FN_ARTIKEL = 13,
+    FN_MAAT = 14,
+    FN_EINDE = 15,
+    FN_AANTAL = 16
 };
 
 // The label of function f ("&Verkoop", ...), from the catalogue; function
