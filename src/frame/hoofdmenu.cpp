@@ -73,9 +73,7 @@ void verwijderen_verkopen() {
     nog_niet<11>();
 }
 
-void bijvullijst() {
-    leave_flag = true;
-}
+void bijvullijst() { leave_flag = true; }
 
 void compute_offline_tills() {
     has_offline_tills = false;
@@ -102,9 +100,7 @@ void verkopen_item() {
 
 } // namespace
 
-void set_hooks(const Hooks &h) {
-    g_hooks = h;
-}
+void set_hooks(const Hooks &h) { g_hooks = h; }
 
 void build_menu() {
     const sys_bedrijf &b = frame::company;
