@@ -17,6 +17,7 @@
 // for the moment.
 #pragma once
 
+#include "frame/sysrec.h"
 #include "merch/ioeti.h"
 #include "sale/jrnrec.h"
 
@@ -30,7 +31,11 @@ extern int32_t eti_nummer;    // its number
 // The action period nr (1..99) of the system file, kept in a one-record
 // buffer; false when there is none. actie_buffer holds it after the call.
 bool lees_actie(int nr);
+void lees_actie_vergeet(); // after the system file's actions changed
 extern sys_actie actie_buffer;
+
+// The VAT rate (tenths of a percent) of a VAT code from system record 1.
+int btw_tarief_code(int btw_code);
 
 // Are customers booked on sales (vlag1 bit 2)? Does the system have tills
 // (vlag1 bit 4)? Both read system record 1 once per call.

@@ -21,6 +21,7 @@
 // of a sold label, the branch warning) come back apart from the failure.
 #pragma once
 
+#include "sale/etiboek.h"
 #include "sale/jrnrec.h"
 
 #include <cstdint>
@@ -57,20 +58,20 @@ extern regel_info rinfo;
 // Results. Never renumber: the screen keys its handling on them.
 enum regel_fout : int {
     RF_GOED = 0,
-    RF_ONGELDIG,          // "Ongeldige ingave"
-    RF_ONBEKEND_ETIKET,   // "<%ld> Onbekend etiketnummer"
-    RF_NIET_OP_VOORRAAD,  // "Etiket niet op voorraad"
-    RF_NIET_VERKOCHT,     // "Etiket niet verkocht"
-    RF_ANDERE_KLANT,      // "Verkocht aan klant: %-6ld  "
-    RF_OP_ZICHT,          // "Etiket %ld is op zicht verkocht"
-    RF_ETIKETNIVEAU,      // "Etiketniveau niet toegestaan bij deze serie"
-    RF_GEEN_MAATNIVEAU,   // "Verkoop op serie/maat niveau bij deze serie niet toegestaan"
-    RF_ONBEKEND_MAAT,     // "Onbekend serie/maat"
-    RF_ONBEKEND_EAN,      // "<%s> Onbekende EAN-code"
-    RF_ONBEKEND_ARTIKEL,  // "<%hu> Onbekend artikel"
-    RF_ONVOLDOENDE,       // "<%s> Onvoldoende voorraad (%d stuks)", "verkocht" for a return
-    RF_OMZGRP_VOORRAAD,   // "omzetgroep met voorraad niet toegestaan"
-    RF_GROEP_VOL,         // "Eerst groep afsluiten (T)"
+    RF_ONGELDIG,         // "Ongeldige ingave"
+    RF_ONBEKEND_ETIKET,  // "<%ld> Onbekend etiketnummer"
+    RF_NIET_OP_VOORRAAD, // "Etiket niet op voorraad"
+    RF_NIET_VERKOCHT,    // "Etiket niet verkocht"
+    RF_ANDERE_KLANT,     // "Verkocht aan klant: %-6ld  "
+    RF_OP_ZICHT,         // "Etiket %ld is op zicht verkocht"
+    RF_ETIKETNIVEAU,     // "Etiketniveau niet toegestaan bij deze serie"
+    RF_GEEN_MAATNIVEAU,  // "Verkoop op serie/maat niveau bij deze serie niet toegestaan"
+    RF_ONBEKEND_MAAT,    // "Onbekend serie/maat"
+    RF_ONBEKEND_EAN,     // "<%s> Onbekende EAN-code"
+    RF_ONBEKEND_ARTIKEL, // "<%hu> Onbekend artikel"
+    RF_ONVOLDOENDE,      // "<%s> Onvoldoende voorraad (%d stuks)", "verkocht" for a return
+    RF_OMZGRP_VOORRAAD,  // "omzetgroep met voorraad niet toegestaan"
+    RF_GROEP_VOL,        // "Eerst groep afsluiten (T)"
     RF_AANTAL
 };
 
@@ -78,14 +79,14 @@ enum regel_fout : int {
 const char *regel_melding(regel_fout f);
 
 struct regel_uitslag {
-    regel_fout fout;     // RF_GOED when the line is open
-    char tekst[81];      // the failure as the user reads it, "" on success
-    char status[81];     // row above the prompt: "Fil: %-2d " and/or "Vrk: %-3u dd: %6s "
-    bool piep;           // the branch warning beeps
-    char mrk[4];         // brand code of a label line ("Mrk", column 29)
-    char oms[25];        // description of the line ("Oms", column 55)
-    bool vraag_bedrag;   // push the key of function B (series/size return)
-    bool vraag_prijs;    // push the key of function P (no price)
+    regel_fout fout;   // RF_GOED when the line is open
+    char tekst[81];    // the failure as the user reads it, "" on success
+    char status[81];   // row above the prompt: "Fil: %-2d " and/or "Vrk: %-3u dd: %6s "
+    bool piep;         // the branch warning beeps
+    char mrk[4];       // brand code of a label line ("Mrk", column 29)
+    char oms[25];      // description of the line ("Oms", column 55)
+    bool vraag_bedrag; // push the key of function B (series/size return)
+    bool vraag_prijs;  // push the key of function P (no price)
 };
 
 // The decoded number.
@@ -142,6 +143,3 @@ bool regel_sluiten(jrn_cursor *c, char kind);
 // Drops the open line: the series lock is released, vrk.regel_open cleared,
 // and the seller of the line goes back to the receipt's.
 void regel_vervallen(jrn_cursor *c);
-
-// The VAT rate (tenths of a percent) of a VAT code from system record 1.
-int btw_tarief_code(int btw_code);
