@@ -180,14 +180,13 @@ int scherm_prompt_rij() {
 }
 
 void scherm_titel(const char *soort) {
-    WINCLREOL(1, 1);
+    // Up to the head of branch, till and date at column 49.
+    WINTEXT(A_BOLD, 1, 1, "%-48s", "");
     WINTEXT(A_BOLD, 1, 2, "%s", DET(21, 30, "verkopen/retouren"));
-    if (soort && soort[0]) WINTEXT(ACCENT, 1, 22, "%s", soort);
+    if (soort && soort[0]) WINTEXT(ACCENT, 1, 22, "%-.26s", soort);
 }
 
 void scherm_kop(int branch, int till, uint16_t date) {
-    long nr = 0;
-    (void)nr;
     if (branch >= 0) {
         WINTEXT(ATTR_LABEL, 1, 49, "%-3.3s:    ", DET(21, 31, "FIL"));
         if (branch > 99)
