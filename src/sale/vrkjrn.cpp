@@ -8,12 +8,15 @@
 #include "frame/iosys.h"
 #include "sale/iojrn.h"
 #include "sale/jrnnaam.h"
+#include "store/ix.h"
 #include "term/ingave.h"
 #include "term/scr.h"
 
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -83,6 +86,54 @@ void meld(const char *a, int branch, const char *b) {
     beep();
 }
 
+// The walk of jrn_select_next: a work file of branch and till, key 1 on
+// both, that lives from the first call to the end of the walk.
+struct SelRec {
+    uint16_t filiaal;
+    uint16_t kassa;
+    uint8_t res4[10];
+};
+static_assert(sizeof(SelRec) == 14);
+constexpr const char *SEL_NAAM = "DTSELJRN";
+ICB *g_sel = nullptr;
+bool g_sel_eerste = false;
+SelRec g_sel_rec{}; // the entry handed out last: the walk goes on behind its key
+
+void sel_weg() {
+    for (const char *ext : {".TXT", ".INX"})
+        file_remove((std::string(SEL_NAAM) + ext).c_str());
+}
+
+ICB *sel_maak(int branch, int till, int alle) {
+    sel_weg();
+    ICB *icb = IXCREATE(SEL_NAAM, 1);
+    SelRec r{};
+    UPDFCB_INX("journaalselectie", &r, sizeof r);
+    UPDFCB_END(icb);
+    UPDFCB_KEY(1, "key1", 0);
+    UPDFCB_FLD('I', &r.filiaal, 2);
+    UPDFCB_FLD('I', &r.kassa, 2);
+    UPDFCB_END(icb);
+    IXINIT(icb);
+    char pad[PATH_MAX];
+    std::snprintf(pad, sizeof pad, "%s", "VR?????.JRN");
+    if (DIRECTORY('O', pad, 0)) {
+        while (DIRECTORY('N', pad, 0)) {
+            int b, t;
+            if (std::sscanf(pad, "VRK%2d%2d.JRN", &b, &t) != 2 &&
+                std::sscanf(pad, "VR%3d%2d.JRN", &b, &t) != 2)
+                continue;
+            if (branch != alle && branch != JRN_ALLE && b != branch) continue;
+            if (till != 100 && till != JRN_ALLE && t != till) continue;
+            r.filiaal = (uint16_t)b;
+            r.kassa = (uint16_t)t;
+            IXWRITE(icb, &r);
+        }
+        DIRECTORY('C', pad, 0);
+    }
+    return icb;
+}
+
 } // namespace
 
 bool jrn_lock(int branch, int action) {
@@ -126,4 +177,67 @@ bool jrn_lock_all() {
 void jrn_unlock_all() {
     for (int b = 0, n = aantal_filialen(); b < n; ++b)
         jrn_lock(b, 'U');
+}
+
+bool jrn_ask_branch_till(int *branch, int *till) {
+    long nr = sysmap::REC_COMPANY;
+    sys_bedrijf b{};
+    iosys('R', &nr, &b, sysmap::FIXED);
+    int n = b.aantal_fil ? b.aantal_fil : 1;
+    const char *alle = DET(20, 20, "Alle");
+    const char *hint = DET(20, 21, "<ENTER> voor alle");
+    for (;;) {
+        *branch = 0;
+        if (n > 1) {
+            WINCLREOL(3, 1);
+            WINTEXT(ATTR_LABEL, 3, 2, "%s", DET(20, 22, "Filiaal"));
+            WINTEXT(ATTR_LABEL, 3, 18, "%s", hint);
+            uint8_t f = 0;
+            INGAVE(3, 12, "2U,IZP", &key_cancel, &key_esc, &f);
+            int k = term_state->ing_key;
+            if (k == key_cancel || k == key_esc) return false;
+            bool leeg = term_state->ing_status & ING_EMPTY;
+            *branch = leeg ? n : f;
+            if (leeg) WINTEXT(A_BOLD, 3, 12, "%-4s", alle);
+        }
+        *till = 0;
+        if (!(b.vlag1 & 4)) return true;
+        WINCLREOL(4, 1);
+        WINTEXT(ATTR_LABEL, 4, 2, "%s", DET(20, 23, "Kassa"));
+        WINTEXT(ATTR_LABEL, 4, 18, "%s", hint);
+        int32_t k32 = 0;
+        INGAVE(4, 12, "2l,IZP", &key_cancel, &key_esc, &k32);
+        int k = term_state->ing_key;
+        if (k == key_cancel || k == key_esc) return false;
+        bool leeg = term_state->ing_status & ING_EMPTY;
+        *till = leeg ? 100 : (int)k32;
+        if (leeg) WINTEXT(A_BOLD, 4, 12, "%-4s", alle);
+        if (*branch == n || *till == 100) return true;
+        char naam[16];
+        jrn_naam(naam, *branch, *till);
+        if (file_exists(naam)) return true;
+        error("%s", DET(20, 24, "Geen journaal voor deze kassa"));
+    }
+}
+
+jrn_cursor *jrn_select_next(int branch, int till, bool interactive) {
+    if (!g_sel) {
+        g_sel = sel_maak(branch, till, aantal_filialen());
+        g_sel_eerste = true;
+    }
+    SelRec &r = g_sel_rec;
+    if (g_sel_eerste) r = {};
+    for (;;) {
+        int ok = g_sel_eerste ? IXFIRST(g_sel, &r) : IXNEXTR(g_sel, &r);
+        g_sel_eerste = false;
+        if (!ok) break;
+        char naam[16];
+        jrn_naam(naam, r.filiaal, r.kassa);
+        if (file_size(naam) <= 0 || !jrn_check_damaged(naam, interactive)) continue;
+        if (jrn_cursor *c = iojrn_open(naam, O_RDWR)) return c;
+    }
+    IXCLOSE(g_sel);
+    g_sel = nullptr;
+    sel_weg();
+    return nullptr;
 }

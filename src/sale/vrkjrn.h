@@ -11,6 +11,8 @@
 // the till's ".BAD" file and the work goes on with an empty journal.
 #pragma once
 
+struct jrn_cursor;
+
 // Takes ('S') or releases ('U') the lock byte of branch. True when done;
 // 'S' fails at once when another process holds it.
 bool jrn_lock(int branch, int action);
@@ -28,3 +30,17 @@ bool jrn_check_damaged(const char *path, bool interactive);
 // the result is false.
 bool jrn_lock_all();
 void jrn_unlock_all();
+
+// The choice of branch and till for the journal functions. With more than
+// one branch "Filiaal" at row 3, where <ENTER> gives all branches (branch =
+// aantal_fil); with tills (vlag1 bit 4) "Kassa" at row 4, where <ENTER>
+// gives all tills (100). A single till must have a journal. False on
+// cancel or escape.
+bool jrn_ask_branch_till(int *branch, int *till);
+
+// The journals that match branch and till (aantal_fil or 255: all branches;
+// 100 or 255: all tills), one per call, in order of branch and till: each
+// one non-empty, usable (jrn_check_damaged) and opened read/write. Null at
+// the end; the next call starts a new walk. Journals that can't be used
+// are passed over without a word.
+jrn_cursor *jrn_select_next(int branch, int till, bool interactive);

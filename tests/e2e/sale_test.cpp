@@ -168,6 +168,17 @@ TEST_F(Sale, UnknownNumberAndASecondUserOnTheSameBranch) {
     to_receipt(tm);
     enter_number("99999");
     ASSERT_TRUE(tm.wait_for("<99999> Onbekend etiketnummer")) << tm.screen();
+    EXPECT_EQ(tm.row(7).substr(46, 1), "|") << "no line was opened";
+
+    // Seventeen lines on sixteen rows: the receipt jumps by half a page.
+    for (int a = 1; a <= 17; ++a)
+        enter_number("A" + std::to_string(a));
+    tm.type("V");
+    ASSERT_TRUE(tm.wait_for("Stuks  17")) << tm.screen();
+    EXPECT_TRUE(wait_row(7, "A 9 ")) << tm.screen();
+    EXPECT_TRUE(wait_row(15, "A 17")) << tm.screen();
+    EXPECT_EQ(tm.row(16).substr(46, 1), "|") << tm.screen();
+    EXPECT_EQ(tm.row(17), "") << tm.screen();
 
     nvt::Tmux other;
     start(other, "VERKOOP 2");
