@@ -205,36 +205,39 @@ void IXSPLIT(ICB *icb) {
     icb->img_blk = top_img;
 }
 
-void IXDELKEY(ICB *icb) {
-    check_icb(icb, "IXDELKEY");
-    // Each round goes one level up; no tree is higher than the path.
-    for (int up = 0; up < k_max_levels; ++up) {
-        IXRDIX(icb, icb->cur_block);
-        const KeyPlan &p = cur_plan(icb);
-        IXLOCKEY(icb, p.keylen);
-        int n = icb->blk.count, at = icb->pos;
-        if (at >= n) return; // nothing at or above the key: nothing to delete
-        uint8_t *e = entry_at(icb, at);
-        std::memmove(e, e + p.esize, (size_t)((n - at - 1) * p.esize));
-        std::memset(entry_at(icb, n - 1), 0, (size_t)p.esize);
-        icb->blk.count = (int8_t)(n - 1);
-        IXWRIX(icb, icb->cur_block);
-        if (at != n - 1) return;
-        // The block's highest key has gone: its separator above changes, or
-        // goes altogether when the block is empty now.
-        int32_t parent = icb->path[icb->blk.level];
-        if (parent < 0) return;
-        icb->cur_block = parent;
-        if (n - 1 > 0) {
-            uint8_t last[k_max_keylen];
-            std::memcpy(last, entry_at(icb, n - 2), (size_t)p.keylen);
-            IXREPKEY(icb, last);
-            return;
-        }
-    }
-}
+namespace {
 
-void IXREPKEY(ICB *icb, const uint8_t *newkey) {
+// A change that moves a block's highest key writes the parents first and the
+// blocks below them after, lowest last. Until the block below is written it
+// still holds the old entry, so a reader that takes no lock never follows a
+// separator into a block that lacks the keys the separator promises: it sees
+// the entry either still there or already gone, never a walk that stops early.
+struct Deferred {
+    int n = 0;
+    int32_t blk[k_max_levels];
+    IxBlock img[k_max_levels];
+
+    void keep(ICB *icb) {
+        blk[n] = icb->cur_block;
+        img[n] = icb->blk;
+        ++n;
+    }
+    void write(ICB *icb) {
+        if (n == 0) return;
+        const IxBlock top = icb->blk;
+        const int32_t top_blk = icb->cur_block, top_img = icb->img_blk;
+        for (int i = n - 1; i >= 0; --i) {
+            icb->blk = img[i];
+            IXWRIX(icb, blk[i]);
+        }
+        icb->blk = top;
+        icb->cur_block = top_blk;
+        icb->img_blk = top_img;
+        n = 0;
+    }
+};
+
+void replace_key(ICB *icb, const uint8_t *newkey, Deferred &later) {
     for (int up = 0; up < k_max_levels; ++up) {
         IXRDIX(icb, icb->cur_block);
         const KeyPlan &p = cur_plan(icb);
@@ -242,10 +245,53 @@ void IXREPKEY(ICB *icb, const uint8_t *newkey) {
         int at = icb->pos;
         if (at >= icb->blk.count) return;
         std::memcpy(entry_at(icb, at), newkey, (size_t)p.keylen);
-        IXWRIX(icb, icb->cur_block);
-        if (at != icb->blk.count - 1) return;
         int32_t parent = icb->path[icb->blk.level];
-        if (parent < 0) return;
+        if (at != icb->blk.count - 1 || parent < 0) {
+            IXWRIX(icb, icb->cur_block);
+            return;
+        }
+        later.keep(icb);
         icb->cur_block = parent;
     }
+}
+
+} // namespace
+
+void IXDELKEY(ICB *icb) {
+    check_icb(icb, "IXDELKEY");
+    Deferred later;
+    // Each round goes one level up; no tree is higher than the path.
+    for (int up = 0; up < k_max_levels; ++up) {
+        IXRDIX(icb, icb->cur_block);
+        const KeyPlan &p = cur_plan(icb);
+        IXLOCKEY(icb, p.keylen);
+        int n = icb->blk.count, at = icb->pos;
+        if (at >= n) break; // nothing at or above the key: nothing to delete
+        uint8_t *e = entry_at(icb, at);
+        std::memmove(e, e + p.esize, (size_t)((n - at - 1) * p.esize));
+        std::memset(entry_at(icb, n - 1), 0, (size_t)p.esize);
+        icb->blk.count = (int8_t)(n - 1);
+        // The block's highest key has gone: its separator above changes, or
+        // goes altogether when the block is empty now.
+        int32_t parent = icb->path[icb->blk.level];
+        if (at != n - 1 || parent < 0) {
+            IXWRIX(icb, icb->cur_block);
+            break;
+        }
+        later.keep(icb);
+        icb->cur_block = parent;
+        if (n - 1 > 0) {
+            uint8_t last[k_max_keylen];
+            std::memcpy(last, entry_at(icb, n - 2), (size_t)p.keylen);
+            replace_key(icb, last, later);
+            break;
+        }
+    }
+    later.write(icb);
+}
+
+void IXREPKEY(ICB *icb, const uint8_t *newkey) {
+    Deferred later;
+    replace_key(icb, newkey, later);
+    later.write(icb);
 }

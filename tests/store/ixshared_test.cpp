@@ -132,9 +132,9 @@ TEST_F(Shared, CountersOfSeveralProcessesLoseNoUpdate) {
     EXPECT_EQ(header_byte(name + ".INX", 3 * 512 + 4), 0) << "no key left reserved";
 }
 
-// A reader in mode 0 walks both keys while a writer in mode 2 inserts the
-// odd numbers: every record that was there before (the even ones) is seen
-// once, in order, and the writer's records show up in the walks.
+// A reader in mode 0 walks both keys while a writer in mode 2 changes the
+// odd numbers: every even record, there before and after, is seen once in
+// each walk, in order, whatever splits or separator changes the writer makes.
 Counter named(uint32_t nr) {
     Counter c{};
     c.nr = nr;
@@ -142,10 +142,12 @@ Counter named(uint32_t nr) {
     return c;
 }
 
-TEST_F(Shared, ReaderWalksWhileAWriterInserts) {
-    std::string name = counters("DTLOOP");
+enum class Writer { inserts, deletes };
+
+void walk_beside_a_writer(const std::string &name, Writer how) {
     ICB *icb = IXOPEN(name.c_str(), 1);
-    for (uint32_t nr = 2; nr <= 6000; nr += 2) {
+    for (uint32_t nr = how == Writer::inserts ? 2 : 1; nr <= 6000;
+         nr += how == Writer::inserts ? 2 : 1) {
         Counter c = named(nr);
         IXWRITE(icb, &c);
     }
@@ -158,24 +160,35 @@ TEST_F(Shared, ReaderWalksWhileAWriterInserts) {
         fcntl(stop[0], F_SETFL, O_NONBLOCK);
         ICB *w = IXOPEN(name.c_str(), 2);
         char x;
-        for (uint32_t nr = 1; ::read(stop[0], &x, 1) < 0; nr = nr % 60000 + 2) {
-            Counter c = named(nr);
-            IXREADL(w, &c);
-            ++c.count;
-            IXWRITE(w, &c);
+        // Deleting runs through the odd numbers from the top down, so that
+        // blocks lose their highest entries; no slot is used again.
+        int32_t nr = how == Writer::inserts ? 1 : 5999;
+        while (::read(stop[0], &x, 1) < 0) {
+            Counter c = named((uint32_t)nr);
+            if (how == Writer::inserts) {
+                IXREADL(w, &c);
+                ++c.count;
+                IXWRITE(w, &c);
+                nr = nr % 60000 + 2;
+            } else if (nr > 0) {
+                if (IXREADL(w, &c)) IXDELETE(w, &c);
+                nr -= 2;
+            }
         }
         IXCLOSE(w);
         _exit(0);
     }
     ::close(stop[0]);
     ICB *r = IXOPEN(name.c_str(), 0);
-    uint32_t odds = 0; // rounds go on until the writer's records were met
-    for (int round = 0; round < 5 || (odds == 0 && round < 1000); ++round) {
+    uint32_t odds = 0; // rounds go on until the writer's work was seen
+    for (int round = 0; round < 5 || (round < 1000 && (how == Writer::inserts) == (odds == 0));
+         ++round) {
         for (int key : {1, 2}) {
             IXSWITCH(r, key);
             Counter c{};
             uint32_t evens = 0;
             std::string last;
+            if (how == Writer::deletes) odds = 0;
             for (int ok = IXFIRST(r, &c); ok; ok = IXNEXTR(r, &c)) {
                 std::string now = key == 1 ? std::to_string(1e10 + c.nr) : c.name;
                 ASSERT_LE(last, now) << "key " << key;
@@ -183,13 +196,22 @@ TEST_F(Shared, ReaderWalksWhileAWriterInserts) {
                 evens += c.nr % 2 == 0 && c.nr <= 6000;
                 odds += c.nr % 2;
             }
-            EXPECT_EQ(evens, 3000u) << "key " << key << ", round " << round;
+            EXPECT_EQ(evens, 3000u) << (how == Writer::inserts ? "inserts" : "deletes") << ", key "
+                                    << key << ", round " << round;
         }
     }
-    EXPECT_GT(odds, 0u);
+    if (how == Writer::inserts)
+        EXPECT_GT(odds, 0u);
+    else
+        EXPECT_LT(odds, 3000u);
     IXCLOSE(r);
     ::close(stop[1]);
     EXPECT_EQ(wait_exit(kid), 0);
+}
+
+TEST_F(Shared, ReaderWalksWhileAWriterInsertsOrDeletes) {
+    walk_beside_a_writer(counters("DTLOOP"), Writer::inserts);
+    walk_beside_a_writer(counters("DTWEG"), Writer::deletes);
 }
 
 // With one key of 8 bytes the queue holds 63 reserved keys; the 64th ends
