@@ -209,8 +209,10 @@ void scherm_opbouw(uint16_t verkoper) {
         WINCLREOL(r, 1);
     scherm_verkoper(verkoper);
     int lijn = g_klantrij ? 5 : 4;
+    WINATTR(ATTR_LABEL);
+    WINMOVE(lijn, 1);
     for (int c = 1; c <= 80; ++c)
-        WINTEXT(ATTR_GRAPH, lijn, c, "%c", 'q');
+        waddch(WINCUR(), ACS_HLINE);
     scherm_kolomkop("");
 }
 
