@@ -8,6 +8,7 @@
 //
 // --keep uses the shop already in DIR instead of building it anew.
 #include "base/datum.h"
+#include "demomerch.h"
 #include "demoshop.h"
 #include "frame/iosys.h"
 #include "merch/ioeti.h"
@@ -16,6 +17,7 @@
 #include "sale/regel.h"
 #include "sale/vrkbon.h"
 #include "sale/vrkstat.h"
+#include "store/ix.h"
 
 #include <algorithm>
 #include <chrono>
@@ -56,6 +58,7 @@ jrn_cursor *new_receipt() {
 // Enters and closes each text as a sale line; times the two halves.
 void sell(const std::vector<std::string> &texts, const char *what) {
     std::vector<double> enter, close;
+    int refused = 0;
     jrn_cursor *c = new_receipt();
     for (const std::string &t : texts) {
         if (vrkbon_count() > 400) { // a receipt holds at most 500 lines
@@ -69,8 +72,8 @@ void sell(const std::vector<std::string> &texts, const char *what) {
         regel_fout f = plu_decodeer(t.c_str(), &p, &u);
         if (f == RF_GOED) f = regel_valideer(c, p, &u);
         double t1 = now();
-        if (f != RF_GOED) {
-            std::fprintf(stderr, "salebench: %s: %s\n", t.c_str(), u.tekst);
+        if (f != RF_GOED) { // a size without stock in the branch
+            ++refused;
             continue;
         }
         regel_sluiten(c, 'V');
@@ -82,6 +85,8 @@ void sell(const std::vector<std::string> &texts, const char *what) {
     std::string a = std::string(what) + ": enter", b = std::string(what) + ": close";
     report(a.c_str(), enter);
     report(b.c_str(), close);
+    if (refused)
+        std::printf("%-30s %6d  (not timed)\n", (std::string(what) + ": refused").c_str(), refused);
 }
 
 } // namespace
@@ -139,10 +144,27 @@ int main(int argc, char **argv) {
     std::vector<std::string> articles;
     for (size_t i = 0; i < std::min<size_t>(lines, 2000); ++i)
         articles.push_back("A" + std::to_string(1 + i % 20));
-    std::printf("%zu labels in stock in branch 0, %zu article lines\n", labels.size(),
-                articles.size());
+    // Series/size lines: the first series of the shop are sold by size from
+    // here on, one piece of each size with stock in branch 0.
+    std::vector<std::string> sizes;
+    std::vector<demo::Series> all = demo::series(demo::Options{.size = size});
+    for (uint32_t i = 0; i < all.size() && sizes.size() < std::min<size_t>(lines, 500); ++i) {
+        ser_rec s{};
+        s.art_nr = all[i].art_nr, s.kleur = all[i].kleur, s.volgnr = all[i].volgnr;
+        if (IXREADL(dtser, &s) != 1) {
+            IXUNLOCK(dtser, &s);
+            continue;
+        }
+        s.ser_maatreg = 1;
+        IXWRITE(dtser, &s);
+        for (int m = 1; m <= 6; ++m)
+            sizes.push_back(demo::supplier_ean_of(i, m));
+    }
+    std::printf("%zu labels in stock in branch 0, %zu article lines, %zu series/size lines\n",
+                labels.size(), articles.size(), sizes.size());
     sell(labels, "label");
     sell(articles, "article");
+    sell(sizes, "series/size");
 
     stam_close();
     ioeti('C', &l, nullptr);

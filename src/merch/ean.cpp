@@ -70,9 +70,9 @@ void ean_tekst(const char *text, char *out) {
 bool eti_ean(int soort, long nummer, char *out) {
     if (soort != EAN_LABEL && (soort < 'A' || soort > 'Z')) return false;
     if (nummer < 0 || nummer > k_most) return false;
-    // The ranges are checked above; the remainders tell the compiler so.
-    std::snprintf(out, 14, "20%02u%09lu", (unsigned)(soort ? soort - 64 : 0) % 100u,
-                  (unsigned long)nummer % 1000000000ul);
+    char code[32]; // the checks above keep it to 13 digits
+    std::snprintf(code, sizeof code, "20%02d%09ld", soort ? soort - 64 : 0, nummer);
+    std::memcpy(out, code, 14);
     int s = weighted(out, 1), d = 0;
     while ((3 * d + s) % 10 != 0)
         ++d;

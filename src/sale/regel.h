@@ -59,7 +59,7 @@ extern regel_info rinfo;
 enum regel_fout : int {
     RF_GOED = 0,
     RF_ONGELDIG,         // "Ongeldige ingave"
-    RF_ONBEKEND_ETIKET,  // "<%ld> Onbekend etiketnummer"
+    RF_ONBEKEND_ETIKET,  // "Onbekend etiketnummer", shown as "<%ld> %s"
     RF_NIET_OP_VOORRAAD, // "Etiket niet op voorraad"
     RF_NIET_VERKOCHT,    // "Etiket niet verkocht"
     RF_ANDERE_KLANT,     // "Verkocht aan klant: %-6ld  "

@@ -115,13 +115,12 @@ regel_fout valideer_etiket(jrn_cursor *c, const plu_invoer &in, regel_uitslag *u
     eti_nummer = (int32_t)in.nummer;
     int32_t n = eti_nummer;
     std::memset(&eti_buffer, 0, sizeof eti_buffer);
-    if (!ioeti('R', &n, &eti_buffer) || eti_buffer.status > ETI_CORRECTIES) {
-        char t[81];
-        std::snprintf(t, sizeof t, "<%ld> %s", in.nummer, regel_melding(RF_ONBEKEND_ETIKET));
-        u->fout = RF_ONBEKEND_ETIKET;
-        std::snprintf(u->tekst, sizeof u->tekst, "%s", t);
-        return RF_ONBEKEND_ETIKET;
-    }
+    auto onbekend = [&] {
+        std::snprintf(u->tekst, sizeof u->tekst, "<%ld> %s", in.nummer,
+                      regel_melding(RF_ONBEKEND_ETIKET));
+        return u->fout = RF_ONBEKEND_ETIKET;
+    };
+    if (!ioeti('R', &n, &eti_buffer) || eti_buffer.status > ETI_CORRECTIES) return onbekend();
     etiket_rec &e = eti_buffer;
     std::memset(&ser_buffer, 0, sizeof ser_buffer);
     ser_buffer.art_nr = e.art_nr;
@@ -130,9 +129,7 @@ regel_fout valideer_etiket(jrn_cursor *c, const plu_invoer &in, regel_uitslag *u
     if (IXREADL(dtser, &ser_buffer) != 1) {
         IXUNLOCK(dtser, &ser_buffer);
         std::memset(&ser_buffer, 0, sizeof ser_buffer);
-        std::snprintf(u->tekst, sizeof u->tekst, "<%ld> %s", in.nummer,
-                      regel_melding(RF_ONBEKEND_ETIKET));
-        return u->fout = RF_ONBEKEND_ETIKET;
+        return onbekend();
     }
     lees_art(dtart, &art_buffer, e.art_nr);
     lees_omzgrp(dtomzgrp, &omzgrp_buffer, art_buffer.art_omzetgroep);

@@ -3,6 +3,7 @@
 // against the bytes it must leave, a return that restores the label, and a
 // series/size line that splits its amount and runs out of labels.
 #include "base/datum.h"
+#include "customer/klant.h"
 #include "demomerch.h"
 #include "exchange/kas_omz.h"
 #include "exchange/kskvrec.h"
@@ -268,6 +269,29 @@ TEST_F(Regel, ClosingASaleAndItsReturn) {
     EXPECT_EQ(vrk.subtotaal_stuks, 0);
     EXPECT_EQ(vrk.subtotaal_bedrag, 0);
     EXPECT_EQ(bon().size(), 21u + 2 * 61u);
+
+    // Sold to a customer: his counters and label list take the label, and
+    // give it back on its return.
+    c->h.kltnr = 1001;
+    klt_buffer = klt_rec{};
+    klt_buffer.kltnr = 1001;
+    ASSERT_EQ(IXREADL(dtklt, &klt_buffer), 1);
+    klt_buffer.laatste_aankoop = vandaag; // his counters hold this year
+    const klt_rec k0 = klt_buffer;
+    ASSERT_EQ(invoer(std::to_string(n), 'V', &u), RF_GOED);
+    ASSERT_TRUE(regel_sluiten(c, 'V'));
+    EXPECT_EQ(lees(n).klant_nr, 1001u);
+    EXPECT_EQ(lees(n).klant_volgend, (uint32_t)k0.etiket_kop);
+    EXPECT_EQ(klt_buffer.etiket_kop, n);
+    EXPECT_EQ(klt_buffer.aantal[0], k0.aantal[0] + 1);
+    ASSERT_EQ(invoer(std::to_string(n), 'R', &u), RF_GOED);
+    ASSERT_TRUE(regel_sluiten(c, 'R'));
+    gelezen = lees(n);
+    EXPECT_EQ(std::memcmp(&gelezen, &voor, sizeof voor), 0);
+    EXPECT_EQ(klt_buffer.etiket_kop, k0.etiket_kop);
+    EXPECT_EQ(klt_buffer.aantal[0], k0.aantal[0]);
+    EXPECT_EQ(klt_buffer.bedrag[0], k0.bedrag[0]);
+    IXUNLOCK(dtklt, &klt_buffer);
 }
 
 // Series 0 kept by size, with three old labels of size 1 in branch 0 that
