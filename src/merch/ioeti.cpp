@@ -220,9 +220,9 @@ uint8_t location_code(const etiket_rec &r) {
     return 0;
 }
 
-void pack(etiket_rec *r, int slot) {
+void pack(etiket_rec *r, eti_blok &blok, int slot) {
     if (r->status == ETI_NOTA || r->status == ETI_VOORRAAD) r->btw_tarief = rate_of(r->art_nr);
-    uint32_t *w = g_buf.woord[slot];
+    uint32_t *w = blok.woord[slot];
     w[0] = r->inkoopprijs * 10u + r->inkoopcode % 10u;
     w[1] = (uint32_t)(int32_t)((int64_t)r->adviesprijs * 10 + r->actiecode % 10);
     w[2] = (uint32_t)(int32_t)((int64_t)r->verkoopprijs * 10 + r->status % 10);
@@ -236,7 +236,7 @@ void pack(etiket_rec *r, int slot) {
                                                 : 0;
     w[7] = r->ontvangen | (uint32_t)high << 16;
     w[8] = (uint32_t)((int64_t)r->btw_tarief * 10000000 + r->order_nr);
-    g_buf.kop.blok_kenmerk = r->blok_kenmerk;
+    blok.kop.blok_kenmerk = r->blok_kenmerk;
 }
 
 int act_read(int32_t *label_no, etiket_rec *rec) {
@@ -331,7 +331,7 @@ int act_write(int32_t *label_no, etiket_rec *rec) {
                 act_insert(label_no, rec);
         }
     }
-    pack(rec, g_slot);
+    pack(rec, g_buf, g_slot);
     write_block();
     return 1;
 }
@@ -453,6 +453,10 @@ void ioeti_reopen() {
     int32_t n = 0;
     ioeti('C', &n, nullptr);
     ioeti('O', &n, nullptr);
+}
+
+void ioeti_pack(etiket_rec *rec, eti_blok *blok, int slot) {
+    pack(rec, *blok, slot);
 }
 
 bool ioeti_is_open() {

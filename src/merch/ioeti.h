@@ -146,6 +146,11 @@ void ioeti_bind_series(bool bind, uint32_t art_nr, uint16_t kleur, uint16_t volg
 // freed).
 bool ioeti_free_chain(ser_rec *ser);
 void ioeti_reopen();
+// Packs the label into a slot of a block in the caller's hands as 'W' packs
+// it (an unsold label's VAT rate from its article, the transit mark by the
+// system's option); the store must be open for its settings. For tools that
+// lay down many blocks at once.
+void ioeti_pack(etiket_rec *rec, eti_blok *blok, int slot);
 // The file that 'O' opens; default "DTETI.TXT" in the current directory.
 void ioeti_filename(const char *path);
 bool ioeti_is_open();

@@ -3,7 +3,6 @@
 // cutting journals, reading while another process appends, the receipt
 // work file with its index and posting, and the file names.
 #include "base/fatal.h"
-#include "demoshop.h"
 #include "sale/iojrn.h"
 #include "sale/jrnnaam.h"
 #include "sale/vrkbon.h"
@@ -16,7 +15,6 @@
 #include <cstring>
 #include <fstream>
 #include <random>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <sys/stat.h>
@@ -444,34 +442,6 @@ TEST_F(Bon, IndexCancellingAndPosting) {
     struct stat st;
     ASSERT_EQ(stat("VR12000.JRN", &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0660u); // rw-rw---- whatever the umask
-}
-
-// The demo's journals: whole transactions, back office processed, the
-// till's receipts waiting, every label sold once, every seller on file.
-TEST(Journal, DemoShopJournals) {
-    nvt::TempDir dir;
-    ASSERT_EQ(demo::build(dir.path(), demo::Options{}), "");
-    std::set<uint32_t> labels;
-    for (const char *name : {"VRK0000.JRN", "VRK0100.JRN", "VRK0200.JRN", "VRK0001.JRN"}) {
-        std::string path = dir.file(name);
-        ASSERT_EQ(iojrn_check(path.c_str()), (long)slurp(path).size()) << name;
-        jrn_cursor *c = iojrn_open(path.c_str(), O_RDONLY);
-        int receipts = 0;
-        while (iojrn_read(c)) {
-            if (c->letter == 'H') {
-                ++receipts;
-                EXPECT_EQ(c->h.hflags, c->kasnr ? 0 : HF_VERWERKT) << name;
-                EXPECT_EQ(c->h.filnr, c->filnr);
-                EXPECT_EQ(c->h.kasnr, c->kasnr);
-            }
-            if (!jrn_is_line(c->letter)) continue;
-            EXPECT_TRUE(c->regel.vkpnr >= 1 && c->regel.vkpnr <= 10);
-            bool live_label = c->regel.soort == 0 && !(c->regel.lflags & LF_GEANNULEERD);
-            EXPECT_TRUE(!live_label || labels.insert(c->regel.nummer).second) << c->regel.nummer;
-        }
-        EXPECT_GT(receipts, 3) << name;
-        iojrn_close(c);
-    }
 }
 
 TEST(JournalNames, BranchesTillsAndPatterns) {

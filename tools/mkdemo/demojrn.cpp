@@ -46,7 +46,8 @@ struct Writer {
 
     jrn_regel line(const SaleItem &it) const {
         jrn_regel r{};
-        text(r.invoer, sizeof r.invoer, it.invoer);
+        // A code of thirteen digits fills the field without a NUL.
+        std::memcpy(r.invoer, it.invoer.data(), std::min(sizeof r.invoer, it.invoer.size()));
         r.soort = it.soort;
         r.vkpnr = it.verkoper;
         r.aantal = 1;

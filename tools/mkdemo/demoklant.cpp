@@ -40,7 +40,7 @@ void text(char *field, size_t size, const char *s) {
 } // namespace
 
 int32_t customer_count(const Options &opt) {
-    return opt.size == "large" ? 5000 : n_people;
+    return opt.size == "large" ? 100000 : n_people;
 }
 
 std::string build_customers(const std::string &dir, const Options &opt) {

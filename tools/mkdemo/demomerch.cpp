@@ -1,11 +1,14 @@
 // The demo's articles, series and label store: see demomerch.h. The labels
-// are written through the label store itself (ioeti), so the demo's file is
-// exactly what the program writes.
+// are packed by the label store itself (ioeti_pack) and its free chain is
+// made by its own actions, so the demo's file is exactly what the program
+// writes.
 #include "demomerch.h"
 #include "demosale.h"
 
 #include "base/datum.h"
+#include "base/osfile.h"
 #include "frame/iosys.h"
+#include "merch/ean.h"
 #include "merch/ioeti.h"
 #include "merch/stamrec.h"
 #include "store/dd.h"
@@ -26,10 +29,10 @@ namespace {
 const char *const k_names[6] = {"Jas", "Broek", "Jurk", "Trui", "Overhemd", "Rok"};
 
 size_t article_count(const Options &opt) {
-    return opt.size == "large" ? 600 : 6;
+    return opt.size == "large" ? 1000 : 6;
 }
 size_t series_count(const Options &opt) {
-    return article_count(opt) * 2 * (opt.size == "large" ? 10 : 1);
+    return article_count(opt) * (opt.size == "large" ? 100 : 2);
 }
 
 void text(char *field, size_t size, const std::string &s) {
@@ -64,11 +67,11 @@ struct LabelMaker {
         r.art_nr = s.art_nr;
         r.kleur = s.kleur;
         r.volgnr = s.volgnr;
-        r.maat = (uint8_t)(1 + label % 6);
+        r.maat = (uint8_t)label_maat((uint32_t)label);
         r.filiaal = (uint8_t)(block % opt.branches);
         r.lev_nr = (uint16_t)(1 + s.art_nr % 5);
-        r.adviesprijs = s.adviesprijs;
-        r.inkoopprijs = (uint32_t)s.adviesprijs * 10 / 22;
+        r.adviesprijs = series_price(s, r.maat);
+        r.inkoopprijs = (uint32_t)r.adviesprijs * 10 / 22;
         r.inkoopcode = (uint8_t)(label % 3);
         r.p_vlag = label % 13 == 0;
         r.ontvangen = (uint16_t)(today - 20 - label % 30);
@@ -76,8 +79,6 @@ struct LabelMaker {
         if (auto it = plan.find((uint32_t)label); it != plan.end()) {
             const SaleItem &p = *it->second.first;
             r.filiaal = p.filiaal;
-            r.adviesprijs = p.prijs;
-            r.inkoopprijs = (uint32_t)p.prijs * 10 / 22;
             r.ontvangen = (uint16_t)(p.datum - 20 - label % 30);
             r.ord_datum = (uint16_t)(r.ontvangen - 30);
             if (!it->second.second) { // sold at the till, not yet booked
@@ -106,7 +107,7 @@ struct LabelMaker {
         case 6: // marked down by the action in the system file
             r.status = ETI_VOORRAAD;
             r.afprijs_nr = 1;
-            r.verkoopprijs = s.adviesprijs * 7 / 10;
+            r.verkoopprijs = r.adviesprijs * 7 / 10;
             break;
         case 7: // on its way to the next branch
             r.status = ETI_VOORRAAD;
@@ -122,7 +123,7 @@ struct LabelMaker {
             r.status = ETI_VERKOPEN;
             r.verkocht_op = (uint16_t)(today - 60 - label % 20);
             r.verkoper = (uint16_t)(1 + label % 10);
-            r.verkoopprijs = s.adviesprijs;
+            r.verkoopprijs = r.adviesprijs;
             r.btw_tarief = rates[2];
             break;
         default:
@@ -175,6 +176,7 @@ std::string write_series(const std::string &dir, const std::vector<Series> &ser,
         r.ser_laatst_verk = stock[i].laatst_verk;
         r.ser_eti_kop = stock[i].kop;
         r.ser_nummer = (uint32_t)(i + 1);
+        r.ser_maatreg = series_by_size(i);
         IXWRITE(icb, &r);
     }
     IXCLOSE(icb);
@@ -205,7 +207,7 @@ std::string write_lookups(const std::string &dir, const Options &opt,
         int nr;
         const char *name;
     };
-    for (Empty e : {Empty{8, "DTBARC"}, {27, "DTKOERS"}, {35, "DTMTOM"}, {26, "DTKLTKNM"}})
+    for (Empty e : {Empty{27, "DTKOERS"}, {35, "DTMTOM"}, {26, "DTKLTKNM"}})
         if (!dd_create_pair(e.nr, (dir + "/" + e.name).c_str())) return "lookups: data dictionary";
 
     ICB *grp = create_file(dir, 40, "DTOMZGRP");
@@ -226,7 +228,10 @@ std::string write_lookups(const std::string &dir, const Options &opt,
     }
     IXCLOSE(grp);
 
+    // Every size has its supplier's code; a series kept by size also has
+    // the own code of its series and size numbers, and a barcode reference.
     ICB *ean = create_file(dir, 16, "DTEAN");
+    ICB *barc = create_file(dir, 8, "DTBARC");
     for (size_t i = 0; i < ser.size(); ++i)
         for (int m = 1; m <= 6; ++m) {
             ean_rec e{};
@@ -238,7 +243,19 @@ std::string write_lookups(const std::string &dir, const Options &opt,
             e.ean_maat = (uint8_t)m;
             e.ean_maatsoort = 1;
             IXWRITE(ean, &e);
+            if (!series_by_size(i)) continue;
+            barc_rec b{};
+            std::memcpy(b.ean_code, e.ean_code, 13);
+            b.ean_soort = 'M';
+            b.ean_nummer = e.ean_nummer;
+            b.ean_kleur = e.ean_kleur;
+            b.ean_volgnr = e.ean_volgnr;
+            b.ean_maat = e.ean_maat;
+            IXWRITE(barc, &b);
+            eti_ean('M', size_number(i, m), e.ean_code);
+            IXWRITE(ean, &e);
         }
+    IXCLOSE(barc);
     ICB *reg = create_file(dir, 6, "DTARTREG");
     for (uint16_t a = 1; a <= 20; ++a) {
         artreg_rec r{};
@@ -339,8 +356,28 @@ std::vector<Series> series(const Options &opt) {
     return v;
 }
 
-uint16_t label_omzetgroep(uint32_t label_no) {
-    return (uint16_t)(10 + (label_no - 1) / 10 % 6);
+size_t label_series(const Options &opt, uint32_t label_no) {
+    return (label_no - 1) / 10 % series_count(opt);
+}
+
+int label_maat(uint32_t label_no) {
+    return (int)(1 + label_no % 6);
+}
+
+int32_t series_price(const Series &s, int maat) {
+    return maat <= 3 ? s.adviesprijs : s.adviesprijs + 500;
+}
+
+bool series_by_size(size_t series) {
+    return series % 4 == 3;
+}
+
+uint32_t size_number(size_t series, int maat) {
+    return (uint32_t)((series + 1) * 10 + (size_t)maat);
+}
+
+uint16_t label_omzetgroep(const Options &opt, uint32_t label_no) {
+    return (uint16_t)(10 + label_series(opt, label_no) % article_count(opt) % 6);
 }
 
 std::string build_merch(const std::string &dir, const Options &opt, const SalePlan &plan) {
@@ -352,9 +389,9 @@ std::string build_merch(const std::string &dir, const Options &opt, const SalePl
     LabelMaker lm{opt, ser, {}, {}};
     uint32_t labels = 0;
     for (const SaleItem &it : plan.verkocht)
-        if (it.soort == 0) lm.plan[it.nummer] = {&it, true}, labels = std::max(labels, it.nummer);
+        if (it.etiket) lm.plan[it.etiket] = {&it, true}, labels = std::max(labels, it.etiket);
     for (const SaleItem &it : plan.kassa)
-        if (it.soort == 0) lm.plan[it.nummer] = {&it, false}, labels = std::max(labels, it.nummer);
+        if (it.etiket) lm.plan[it.etiket] = {&it, false}, labels = std::max(labels, it.etiket);
 
     std::string eti = dir + "/DTETI.TXT";
     int fd = open(eti.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0660);
@@ -379,30 +416,43 @@ std::string build_merch(const std::string &dir, const Options &opt, const SalePl
     ICB *art = IXOPEN((dir + "/DTART").c_str(), 0);
     ioeti_use_art(art);
 
+    // The chains lie in memory first and go to the file in one write: the
+    // series' blocks follow each other every ns blocks. The labels are
+    // packed as the store packs them.
     size_t ns = ser.size();
     size_t blocks = ((labels + 9) / 10 + ns - 1) / ns * ns + ns;
-    if (opt.size == "large") blocks = std::max(blocks, (100000 + ns - 1) / ns * ns);
+    if (opt.size == "large") blocks = std::max(blocks, (1000000 / 9 + ns) / ns * ns);
     std::vector<Stock> stock(ns);
+    std::vector<eti_blok> file(blocks);
     for (size_t b = 0; b < blocks; ++b) {
         Stock &st = stock[b % ns];
+        eti_blok &blok = file[b];
         etiket_rec r = lm.make((int32_t)b, 0);
-        if (b >= ns) { // the series' tail in hand: the new block is linked behind it
-            n = (int32_t)(b - ns) * 10 + 1;
-            ioeti('R', &n, &r);
-            r = lm.make((int32_t)b, 0);
-        }
-        ioeti('I', &n, &r);
+        blok.kop = eti_kop{r.art_nr, r.kleur, r.volgnr, 0, {}, -1};
+        if (b + ns < blocks) blok.kop.volgend_blok = (int32_t)(b + ns);
         if (st.kop < 0) st.kop = (int32_t)b;
-        for (int32_t label = (int32_t)b * 10 + 1; label <= (int32_t)b * 10 + 10; ++label) {
-            r = lm.make((int32_t)b, label);
+        for (int slot = 0; slot < 10; ++slot) {
+            r = lm.make((int32_t)b, (int32_t)b * 10 + slot + 1);
             if (r.status == ETI_VRIJ) continue;
-            n = label;
-            ioeti('W', &n, &r);
+            ioeti_pack(&r, &blok, slot);
             ++st.count[r.status];
             if (r.status >= ETI_VOORRAAD) st.laatst_ontv = std::max(st.laatst_ontv, r.ontvangen);
             if (r.status == ETI_VERKOPEN) st.laatst_verk = std::max(st.laatst_verk, r.verkocht_op);
         }
     }
+    fd = open(eti.c_str(), O_WRONLY);
+    size_t size = blocks * sizeof(eti_blok);
+    bool written = fd >= 0 && nv::os::pwrite_full(fd, file.data(), size, 0) == (ssize_t)size;
+    if (fd >= 0) close(fd);
+    if (!written) return "kan DTETI.TXT niet schrijven";
+    std::vector<eti_blok>().swap(file);
+    ioeti_reopen();
+    eti_vrij_rec alloc{};
+    nr = sysmap::REC_LABELHEAD;
+    iosys('X', &nr, &alloc, sysmap::FIXED);
+    alloc.eti_vrij_kop = alloc.eti_nieuw = (int32_t)blocks;
+    alloc.eti_vrij_aantal = 0;
+    iosys('W', &nr, &alloc, sysmap::FIXED);
     // A free chain: blocks taken for a series that is then given up.
     ser_rec gone{};
     etiket_rec scrap{};

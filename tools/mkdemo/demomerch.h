@@ -7,9 +7,9 @@
 // sales are sold labels, the offline till's sales are still in stock in
 // branch 0 until the till's journal is processed. The other slots hold
 // labels in every status and a few free slots; behind the chains lies a
-// free chain of four blocks. The turnover group of a label's article
-// follows from its block, which is how the sale plan gives its lines the
-// right group.
+// free chain of four blocks. A label's series, size and price follow from
+// its number (label_series, label_maat, series_price), which is how the
+// sale plan gives its lines the right goods, group and amount.
 #pragma once
 
 #include "demoshop.h"
@@ -37,12 +37,25 @@ struct Series {
 std::vector<Article> articles(const Options &opt);
 std::vector<Series> series(const Options &opt);
 
+// The place in series() of the label's series, and the label's size (1..6).
+size_t label_series(const Options &opt, uint32_t label_no);
+int label_maat(uint32_t label_no);
+// The series' price of a size: XS to M the first price group, L to XXL the
+// second.
+int32_t series_price(const Series &s, int maat);
+// Every fourth series keeps its stock by size (ser_maatreg): its labels are
+// sold by series and size, on the size's EAN.
+bool series_by_size(size_t series);
+// The series and size number of a size of such a series (ser_nummer * 10 +
+// size): "M" and this number at the till, its own code in DTEAN.
+uint32_t size_number(size_t series, int maat);
+
 // The barcode of size 1..6 of series number `series` (its place in
 // series()), or of small article a (series 90000 + a, size 0).
 std::string supplier_ean_of(uint32_t series, int size);
 
 // The turnover group of the article of the label's series.
-uint16_t label_omzetgroep(uint32_t label_no);
+uint16_t label_omzetgroep(const Options &opt, uint32_t label_no);
 
 // Blocks of the free chain behind the used blocks.
 constexpr int k_demo_free_blocks = 4;

@@ -28,8 +28,10 @@ std::string build_sellers(const std::string &dir, const Options &opt);
 
 // One thing sold on a receipt line.
 struct SaleItem {
-    char soort = 0;          // 0 label, 'A' article without labels, 'O' turnover group
-    uint32_t nummer = 0;     // label, article or group
+    char soort = 0;          // 0 label, 'A' article, 'O' turnover group, 'M' series and
+                             // size, 'E' a supplier's EAN not yet resolved
+    uint32_t nummer = 0;     // label, article, group, series and size number; 'E' 0
+    uint32_t etiket = 0;     // the label sold (label, 'M' and 'E' lines), else 0
     std::string invoer;      // the number as entered
     int32_t prijs = 0;       // unit price, cents
     uint8_t btw = 2;         // VAT code (index into the company's rates)
