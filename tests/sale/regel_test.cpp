@@ -247,7 +247,7 @@ TEST_F(Regel, ClosingASaleAndItsReturn) {
     r.vkpnr = 7, r.aantal = 1, r.nummer = (uint32_t)n;
     r.prijs = r.bedrag = voor.adviesprijs;
     r.bedrag_excl = btw_excl(r.bedrag, na.btw_tarief);
-    r.omzetgroep = demo::label_omzetgroep((uint32_t)n);
+    r.omzetgroep = demo::label_omzetgroep(demo::Options{}, (uint32_t)n);
     r.btw = art_buffer.btw_code;
     std::string verwacht = "H" + std::string((const char *)&h, sizeof h) + "V" +
                            std::string((const char *)&r, sizeof r);
