@@ -22,6 +22,7 @@
 #include "journal/batchvw.h"
 #include "merch/ioeti.h"
 #include "merch/stam.h"
+#include "sale/vrktran.h"
 #include "term/ingave.h"
 #include "term/popup.h"
 #include "term/scr.h"
@@ -91,6 +92,12 @@ void write_title() {
     WINTEXT(A_BOLD, 1, col, "%s", title);
 }
 
+// The sale entry paints the whole screen, title row too.
+void verkopen_item() {
+    verkopen();
+    write_title();
+}
+
 } // namespace
 
 void set_hooks(const Hooks &h) { g_hooks = h; }
@@ -105,7 +112,7 @@ void build_menu() {
     menu_start(0);
     if (!look) {
         menu_groep(true, DET(7, 560, "TRANSACTIES"));
-        menu_item(true, true, DET(7, 561, "Verkopen/retouren"), nog_niet<1>);
+        menu_item(true, true, DET(7, 561, "Verkopen/retouren"), verkopen_item);
         menu_item(true, true, DET(7, 562, "Wijzigen via etiketnummer"), nog_niet<2>);
         menu_item(true, true, DET(7, 563, "Wijzigen via EAN/maatnummer"), nog_niet<3>);
         menu_groep(g1, DET(7, 564, "DATACOMMUNICATIE"));

@@ -8,12 +8,14 @@
 #include "frame/start.h"
 #include "sale/kas_betm.h"
 #include "sale/vrkbon.h"
+#include "sale/vrktran.h"
 
 void werkset_open() {
     betm_laad();
     xch_instellen(frame::company, frame::country);
     konl_lijst_maak();
     vrkbon_set_omzet(omz_bon_uit_bon);
+    verkopen_instellen(frame::user.werkdatum);
     if (xch_kassas()) vrkbon_set_op_rekening(kskv_afboeken);
 }
 
