@@ -134,6 +134,7 @@ TEST(DemoShop, EveryFileChainAndJournalLineAgrees) {
             } else if (l.soort == 'M' || l.soort == 'E') {
                 ean_rec e{};
                 ASSERT_TRUE(ean_lees(dtean, &e, std::string(l.invoer, 13).c_str())) << at;
+                EXPECT_EQ(e.ean_soort, 'M') << at;
                 ser_rec sr{};
                 sr.art_nr = e.ean_nummer, sr.kleur = e.ean_kleur, sr.volgnr = e.ean_volgnr;
                 ASSERT_TRUE(IXREAD(dtser, &sr)) << at;

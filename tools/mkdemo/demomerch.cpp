@@ -252,7 +252,9 @@ std::string write_lookups(const std::string &dir, const Options &opt,
             b.ean_volgnr = e.ean_volgnr;
             b.ean_maat = e.ean_maat;
             IXWRITE(barc, &b);
-            eti_ean('M', size_number(i, m), e.ean_code);
+            char own[14]; // the code and its NUL: the record's field holds 13
+            eti_ean('M', size_number(i, m), own);
+            std::memcpy(e.ean_code, own, sizeof e.ean_code);
             IXWRITE(ean, &e);
         }
     IXCLOSE(barc);
