@@ -66,9 +66,12 @@ struct ICB {
     nv::store::FileMap *dmap;                       // fast reads of the data file
     dev_t idev, ddev;                               // identity of the index and the data file
     ino_t iino, dino;
-    int32_t img_blk; // block whose disk bytes the image holds, -1 none
-    char ipath[256]; // NAME.INX as opened
-    char dpath[256]; // NAME.TXT as opened
+    int32_t img_blk;    // block whose disk bytes the image holds, -1 none
+    char ipath[256];    // NAME.INX as opened
+    char dpath[256];    // NAME.TXT as opened
+    int32_t eof_tries;  // blocks found beyond the end in the search under way
+    uint8_t busy_shown; // exclusive: the busy mark is on disk (see ixblock.cpp)
+    uint8_t changing;   // a record operation is changing the file
 };
 
 // Files.

@@ -181,6 +181,7 @@ int IXBLDIX(const char *name) {
     IxHeader &nh = icb->hdr;
     std::memcpy(&nh, &h, sizeof h);
     IXINITIX(icb);
+    icb->changing = 1; // an end half-way leaves the busy mark
 
     const int reclen = h.reclen, per = bufsize / reclen, chunk = per * reclen;
     const long steps = (long)(std::max<int64_t>(dsize, 0) / chunk + 1);
@@ -189,7 +190,7 @@ int IXBLDIX(const char *name) {
     long step = 0;
     for (;;) {
         ssize_t n = nv::os::pread_full(icb->dfd, buf, (size_t)chunk, (off_t)first * reclen);
-        if (n < 0) nv::fatal(KOR(20, 24, "RDISAM(%d): %s "), errno, dpath);
+        if (n < 0) io_fatal(icb, dpath, errno);
         int recs = (int)(n / reclen);
         if (recs == 0) break;
         ixprogress(1, ++step, steps);
@@ -208,7 +209,7 @@ int IXBLDIX(const char *name) {
                     put_le32(rec + 1, head);
                     if (nv::os::pwrite_full(icb->dfd, rec, (size_t)reclen, (off_t)nr * reclen) !=
                         reclen)
-                        nv::fatal(KOR(20, 24, "RDISAM(%d): %s "), errno, dpath);
+                        io_fatal(icb, dpath, errno);
                 }
                 if (k == 1 && slot_is_free(rec, reclen)) head = nr;
             }
@@ -219,6 +220,7 @@ int IXBLDIX(const char *name) {
     nh.reccount = first;
     nh.freelist = head;
     nh.busy = 0;
+    icb->changing = 0;
     IXCLOSE(icb);
     ixprogress(2, steps, steps);
     std::free(buf);

@@ -28,6 +28,7 @@ int g_xcache_blocks = 16384;
 int g_dcache_pages = 1024;
 constexpr int k_run_bytes = 64 * 1024; // bytes per write of a flushed run
 constexpr int k_data_page = 4096;
+constexpr int k_eof_tries = 30; // about half a minute of waiting for a writer
 } // namespace
 
 void set_exclusive_cache_blocks(int blocks) {
@@ -56,6 +57,49 @@ int commit_setting() {
         return c && std::strcmp(c, "YES") == 0 ? 1 : 0;
     }();
     return value;
+}
+
+// An exclusive file keeps its header in memory and writes its blocks back
+// late and in block order, so between a write-back and the close the disk
+// holds an index from different moments. Before the first byte of a change
+// leaves the process, the busy mark goes to disk (byte 45 of the header
+// alone); the header written at the close clears it. A writer that dies in
+// between leaves the mark, and the next open or check sends the file to be
+// rebuilt. A clean close leaves the bytes as they would have been without.
+//
+// Another ICB of this process on the same file sees the file through the
+// caches of the exclusive one, so the mark is not meant for it: the files
+// marked by this process are remembered, and their mark passes at open.
+namespace {
+struct Marked {
+    dev_t dev;
+    ino_t ino;
+};
+std::vector<Marked> g_marked;
+
+void forget_mark(const ICB *icb) {
+    for (size_t i = 0; i < g_marked.size(); ++i)
+        if (g_marked[i].dev == icb->idev && g_marked[i].ino == icb->iino) {
+            g_marked.erase(g_marked.begin() + (long)i);
+            return;
+        }
+}
+} // namespace
+
+void show_busy(ICB *icb) {
+    if (!icb || icb->mode != 1 || icb->busy_shown) return;
+    const uint8_t one = 1;
+    if (os::pwrite_full(icb->ifd, &one, 1, (off_t)offsetof(IxHeader, busy)) != 1)
+        io_fatal(icb, icb->ipath, errno);
+    written(icb, icb->ifd);
+    icb->busy_shown = 1;
+    g_marked.push_back({icb->idev, icb->iino});
+}
+
+bool busy_shown_here(const ICB *icb) {
+    for (const Marked &m : g_marked)
+        if (m.dev == icb->idev && m.ino == icb->iino) return true;
+    return false;
 }
 
 // ---- BlockCache
@@ -208,8 +252,28 @@ void icb_null(const char *op) {
     nv::fatal("%s : ICB == NULL", op);
 }
 
+const char *io_cause(int err) {
+    switch (err) {
+    case ENOSPC:
+    case EDQUOT:
+        return KOR(20, 40, "schijf vol");
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return KOR(20, 41, "geen schrijfrechten");
+    case EFBIG:
+        return KOR(20, 42, "bestand te groot");
+    case EIO:
+        return KOR(20, 43, "fout van de schijf");
+    default:
+        return "";
+    }
+}
+
 void io_fatal(ICB *icb, const char *path, int err) {
-    nv::fatal("RDISAM(%d): %s (%.11s)", err, path, icb ? icb->hdr.name : "");
+    const char *why = io_cause(err);
+    nv::fatal("RDISAM(%d): %s%s%s (%.11s)", err, why, *why ? ": " : "", path,
+              icb ? icb->hdr.name : "");
 }
 
 // ---- block transfer
@@ -361,6 +425,7 @@ bool data_read(ICB *icb, off_t start, void *out, int len) {
 }
 
 bool data_write(ICB *icb, off_t start, const void *in, int len) {
+    show_busy(icb);
     SharedCache *sc = data_cache(icb);
     if (!sc) {
         if (os::pwrite_full(icb->dfd, in, (size_t)len, start) != len) return false;
@@ -398,6 +463,7 @@ bool block_read(ICB *icb, int32_t block, void *out) {
 }
 
 void block_write(ICB *icb, int32_t block, const void *in) {
+    show_busy(icb);
     if (SharedCache *c = index_cache(icb)) {
         if (!c->pages.put(icb->ifd, block, in, true)) io_fatal(icb, icb->ipath, errno);
         return;
@@ -418,8 +484,11 @@ void read_header(ICB *icb) {
         if (nv::os::pread_full(icb->ifd, &icb->hdr, k_header_bytes, 0) == k_header_bytes) break;
         char line[120];
         std::snprintf(line, sizeof line, "RDISAM: %.11s.INX (EOF: r=%ld)", icb->hdr.name, 0L);
-        if (icb->mode == 1 || !eof_line(line)) not_consistent(icb);
+        if (icb->mode == 1 || ++icb->eof_tries > k_eof_tries || !eof_line(line))
+            not_consistent(icb);
     }
+    icb->eof_tries = 0;
+    if (icb->hdr.busy && icb->mode != 1 && busy_shown_here(icb)) icb->hdr.busy = 0;
     if (header_problem(icb->hdr)) not_consistent(icb);
     make_plans(icb);
 }
@@ -448,7 +517,9 @@ void IXRDIX(ICB *icb, int32_t block) {
         char line[120];
         std::snprintf(line, sizeof line, "RDISAM: %.11s.INX (EOF: r=%ld)", icb->hdr.name,
                       (long)block);
-        if (icb->mode == 1 || !eof_line(line)) not_consistent(icb);
+        // A block that stays beyond the end is a pointer out of the file.
+        if (icb->mode == 1 || ++icb->eof_tries > k_eof_tries || !eof_line(line))
+            not_consistent(icb);
         block = key_in_hand > 0 ? key_in_hand : 1;
     }
     icb->cur_block = block;
@@ -467,6 +538,8 @@ void IXWRIX(ICB *icb, int32_t block) {
         if (nv::os::pwrite_full(icb->ifd, buf, k_block, 0) != k_block)
             io_fatal(icb, icb->ipath, errno);
         written(icb, icb->ifd);
+        if (icb->busy_shown && !icb->hdr.busy) forget_mark(icb);
+        icb->busy_shown = icb->hdr.busy;
         return;
     }
     if (icb->cached)

@@ -35,6 +35,7 @@ uint8_t *slot_mem(int s) {
 }
 
 void write_slot(ICB *icb, int s) {
+    show_busy(icb);
     if (nv::os::pwrite_full(icb->ifd, slot_mem(s), k_block, (off_t)g_cache.block[s] * k_block) !=
         k_block)
         io_fatal(icb, icb->ipath, errno);

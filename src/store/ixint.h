@@ -46,7 +46,10 @@ inline void check_icb(const ICB *icb, const char *op) {
     if (!icb) icb_null(op);
 }
 // A failed write or read of a file of the store: the end, with errno.
+// The message names the cause in words where it is one the user can act on
+// (disk full, no write permission, file too large, a disk fault).
 [[noreturn]] void io_fatal(ICB *icb, const char *path, int err);
+const char *io_cause(int err); // "" for the others
 
 // Block images: cached (rebuild, bulk) or through the exclusive cache or
 // straight to disk.
@@ -74,6 +77,12 @@ inline int whole(ICB *icb) {
 
 // Enters the current record (icb->cur_rec) under every key of the file.
 void insert_keys(ICB *icb, const void *rec);
+
+// Exclusive mode: sets the busy mark on disk before the first byte of a
+// change goes out (see ixblock.cpp). A no-op in the other modes.
+void show_busy(ICB *icb);
+// Has an exclusive ICB of this process set the busy mark of the file?
+bool busy_shown_here(const ICB *icb);
 
 // The flush hook: stands after every write of a block, a slot or a header
 // that reaches the file.

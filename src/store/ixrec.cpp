@@ -115,6 +115,19 @@ void epilogue(ICB *icb) {
     IXLOCK(icb, 12);
 }
 
+// Marks a record operation under way. Should the program end inside it (a
+// failed write takes the fatal path, which closes every file), the close
+// of an exclusive file leaves the busy mark set: the half-made change is on
+// disk, and only a rebuild makes the file whole again.
+struct Changing {
+    ICB *icb;
+    uint8_t was;
+    explicit Changing(ICB *i) : icb(i), was(i->changing) { icb->changing = 1; }
+    ~Changing() { icb->changing = was; }
+    Changing(const Changing &) = delete;
+    Changing &operator=(const Changing &) = delete;
+};
+
 bool valid_rec(ICB *icb) {
     return icb->cur_rec >= 0 && icb->cur_rec < icb->hdr.reccount;
 }
@@ -283,6 +296,7 @@ void IXCLOSE(ICB *icb) {
     if (icb->mode == 1) {
         if (icb->cached) IOCACHE('F', icb, 0);
         xcache_flush(icb);
+        icb->hdr.busy = icb->changing;
         IXWRIX(icb, 0);
         IXLOCK(icb, 11);
     }
@@ -370,6 +384,7 @@ int IXWRITEL(ICB *icb, void *rec) {
 
 int IXUPDATE(ICB *icb, void *rec) {
     check_icb(icb, "IXUPDATE");
+    Changing guard(icb);
     bool shared = icb->mode == 2;
     // In shared mode the record may be younger than the header in hand:
     // the count is judged as the prologue has read it.
@@ -403,6 +418,7 @@ int IXUPDATE(ICB *icb, void *rec) {
 
 int IXINSERT(ICB *icb, void *rec) {
     check_icb(icb, "IXINSERT");
+    Changing guard(icb);
     bool shared = icb->mode == 2;
     if (shared) prologue(icb);
     int result = 0;
@@ -446,6 +462,7 @@ int IXINSERT(ICB *icb, void *rec) {
 
 int IXDELETE(ICB *icb, void *rec) {
     check_icb(icb, "IXDELETE");
+    Changing guard(icb);
     int reclen = icb->hdr.reclen;
     // Only an exclusive file keeps its header in memory; the others read it.
     bool own_header = icb->mode == 1;
@@ -506,7 +523,11 @@ void IXRDDAT(ICB *icb, void *rec) {
 void IXWRDAT(ICB *icb, const void *rec) {
     int reclen = icb->hdr.reclen;
     off_t start = IXSEEKDAT(icb);
-    if (!data_write(icb, start, rec, reclen))
-        nv::fatal("RDISAM(%d): %.11s(if=%d,df=%d,file=%d,start=%ld,len=%u)", errno, icb->hdr.name,
-                  icb->ifd, icb->dfd, icb->dfd, (long)start, (unsigned)reclen);
+    if (!data_write(icb, start, rec, reclen)) {
+        int err = errno;
+        const char *why = io_cause(err);
+        nv::fatal("RDISAM(%d): %s%s%.11s(if=%d,df=%d,file=%d,start=%ld,len=%u)", err, why,
+                  *why ? ": " : "", icb->hdr.name, icb->ifd, icb->dfd, icb->dfd, (long)start,
+                  (unsigned)reclen);
+    }
 }

@@ -107,16 +107,11 @@ int32_t IXSTEP(ICB *icb, int op, int len) {
     return entry_ptr(icb, icb->pos);
 }
 
-int32_t IXSEARCH(ICB *icb, int op, int len) {
-    check_icb(icb, "IXSEARCH");
-    if (icb->mode != 1 && !icb->cached) {
-        // Another process may have changed the block in hand. A block never
-        // changes key, so a different key number means a damaged file and
-        // the search starts again from the root.
-        int k = icb->blk.keynr;
-        IXRDIX(icb, icb->cur_block);
-        if (icb->blk.keynr != k) IXRDIX(icb, k);
-    }
+namespace {
+
+// One search from the block in hand: climb until a block holds the answer,
+// then down to the leaf.
+int32_t search_once(ICB *icb, int op, int len) {
     if (op == '>' && next_in_hand(icb, len)) return entry_ptr(icb, icb->pos);
     while (!holds_answer(icb, op, len)) {
         int32_t parent = icb->path[icb->blk.level];
@@ -129,6 +124,42 @@ int32_t IXSEARCH(ICB *icb, int op, int len) {
         r = IXSTEP(icb, op, len);
     }
     return r;
+}
+
+// A step of a walk must go past the key it starts from: the entry found by
+// '>' lies above it, the one found by '<' below. In a sound tree that is so
+// by the order of the entries; in a damaged one the walk would come back to
+// where it was, for ever. So every walk ends, within as many steps as the
+// file has entries.
+bool moved_on(ICB *icb, int op, int len, int32_t r) {
+    if (r < 0 || icb->blk.level != 1 || (op != '>' && op != '<')) return true;
+    int c = cmp_at(icb, icb->pos, len);
+    return op == '>' ? c < 0 : c > 0; // c: the key against the entry
+}
+
+} // namespace
+
+int32_t IXSEARCH(ICB *icb, int op, int len) {
+    check_icb(icb, "IXSEARCH");
+    icb->eof_tries = 0;
+    if (icb->mode != 1 && !icb->cached) {
+        // Another process may have changed the block in hand. A block never
+        // changes key, so a different key number means a damaged file and
+        // the search starts again from the root.
+        int k = icb->blk.keynr;
+        IXRDIX(icb, icb->cur_block);
+        if (icb->blk.keynr != k) IXRDIX(icb, k);
+    }
+    int32_t r = search_once(icb, op, len);
+    if (moved_on(icb, op, len, r)) return r;
+    // Without the whole file, a block may have been read while another
+    // process wrote it: once more from the root before the file is judged.
+    if (icb->mode != 1 && !icb->cached) {
+        IXRDIX(icb, cur_key(icb));
+        r = search_once(icb, op, len);
+        if (moved_on(icb, op, len, r)) return r;
+    }
+    not_consistent(icb);
 }
 
 void IXINSKEY(ICB *icb) {

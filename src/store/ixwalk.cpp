@@ -25,14 +25,48 @@ int none(ICB *icb) {
     return 0;
 }
 
+// Does the record carry the key of the entry that led to it? The key work
+// area is left as it was.
+bool carries_key(ICB *icb, const void *rec, const uint8_t *entry) {
+    const int len = whole(icb);
+    uint8_t keep[k_max_keylen];
+    std::memcpy(keep, icb->key, (size_t)len);
+    IXBLDKEY(icb, rec, len);
+    // In the order of the key: an update that leaves the key equal in that
+    // order (another case of a letter) leaves the entry as it was.
+    bool same = key_compare(cur_plan(icb), icb->key, entry, len) == 0;
+    std::memcpy(icb->key, keep, (size_t)len);
+    return same;
+}
+
 // Delivers the record of the entry found. An entry whose slot is free
-// belongs to a damaged file; the walk steps over it (the key work area
-// takes the entry's key, so the next search goes past it).
+// belongs to a damaged file, or to a record deleted since the search; the
+// walk steps over it (the key work area takes the entry's key, so the next
+// search goes past it). So does an entry whose record has another key now.
+// The next step goes on from the key of the record delivered, so a record
+// that does not carry the key of its entry would bring the walk back to
+// where it was: where the entry still leads to it on a second look, the
+// file is damaged.
 bool deliver(ICB *icb, void *rec, int32_t r) {
+    const int len = whole(icb);
+    uint8_t entry[k_max_keylen];
+    std::memcpy(entry, entry_at(icb, icb->pos), (size_t)len);
     icb->cur_rec = r;
     IXRDDAT(icb, rec);
-    if (!slot_is_free((const uint8_t *)rec, icb->hdr.reclen)) return true;
-    std::memcpy(icb->key, entry_at(icb, icb->pos), (size_t)whole(icb));
+    if (slot_is_free((const uint8_t *)rec, icb->hdr.reclen)) {
+        std::memcpy(icb->key, entry, (size_t)len);
+        return false;
+    }
+    if (carries_key(icb, rec, entry)) return true;
+    if (icb->mode == 1) not_consistent(icb);
+    std::memcpy(icb->key, entry, (size_t)len);
+    if (IXSEARCH(icb, '=', len) == r) {
+        icb->cur_rec = r;
+        IXRDDAT(icb, rec);
+        if (carries_key(icb, rec, entry)) return true;
+        if (!slot_is_free((const uint8_t *)rec, icb->hdr.reclen)) not_consistent(icb);
+    }
+    std::memcpy(icb->key, entry, (size_t)len);
     return false;
 }
 
@@ -208,7 +242,6 @@ void bulk_add_cached(ICB *icb, const void *rec) {
     icb->ins_ptr = icb->cur_rec;
     IXINSKEY(icb);
 }
-
 
 } // namespace
 
