@@ -271,6 +271,10 @@ const char *io_cause(int err) {
 }
 
 void io_fatal(ICB *icb, const char *path, int err) {
+    // A write that failed may have left a block behind on disk: the close
+    // on the way out keeps the busy mark, so the check sends the file to a
+    // rebuild.
+    if (icb) icb->changing = 1;
     const char *why = io_cause(err);
     nv::fatal("RDISAM(%d): %s%s%s (%.11s)", err, why, *why ? ": " : "", path,
               icb ? icb->hdr.name : "");

@@ -58,14 +58,18 @@ WINDOW *g_small = nullptr;               // the "too small" message while it sta
 constexpr int k_colours[8][3] = {{4, 7, 6}, {7, 4, 1}, {0, 6, 7}, {0, 3, 1},
                                  {0, 7, 6}, {4, 7, 6}, {7, 4, 1}, {7, 0, 1}};
 
-TERMSTATE *ts() { return term_state; }
+TERMSTATE *ts() {
+    return term_state;
+}
 
 WINREC *top() {
     if (!ts() || ts()->term_top < 0) return nullptr;
     return &ts()->term_win[ts()->term_top];
 }
 
-bool colours() { return has_colors(); }
+bool colours() {
+    return has_colors();
+}
 
 void put_cap(const char *cap) {
     if (g_headless) return;
@@ -89,8 +93,12 @@ void tty_noecho() {
     }
 }
 
-void on_sigint(int) { if (term_state) term_state->term_sigkey = KEY_DC; }
-void on_sigquit(int) { if (term_state) term_state->term_sigkey = KEY_EXIT; }
+void on_sigint(int) {
+    if (term_state) term_state->term_sigkey = KEY_DC;
+}
+void on_sigquit(int) {
+    if (term_state) term_state->term_sigkey = KEY_EXIT;
+}
 void on_stop(int sig) {
     g_stop_signal = sig;
 }
@@ -208,9 +216,12 @@ int read_key(WINDOW *w) {
     if (screen) {
         std::string line = nv::scr::to_terminal(why);
         std::printf("\r\n%s\r\n", line.c_str());
-        std::fflush(stdout);
     }
-    std::exit(1);
+    // The files are closed above; what stdio still holds goes out, and then
+    // the process ends without exit handlers, which have nothing left to do
+    // and could wait on a terminal that is gone.
+    std::fflush(nullptr);
+    std::_Exit(1);
 }
 
 void check_stop() {
@@ -300,8 +311,12 @@ void window_changed() {
 }
 
 // Inner size of a window record.
-int inner_rows(const WINREC &w) { return getmaxy(w.window) - (w.bordered ? 2 : 0); }
-int inner_cols(const WINREC &w) { return getmaxx(w.window) - (w.bordered ? 2 : 0); }
+int inner_rows(const WINREC &w) {
+    return getmaxy(w.window) - (w.bordered ? 2 : 0);
+}
+int inner_cols(const WINREC &w) {
+    return getmaxx(w.window) - (w.bordered ? 2 : 0);
+}
 
 void set_pairs(int n, int scheme) {
     if (!colours() || n + 22 >= COLOR_PAIRS) return;
@@ -337,7 +352,9 @@ int vformat(char *buf, size_t size, const char *fmt, va_list ap) {
     return std::min(n, (int)size - 1);
 }
 
-void fatal_handler(const char *text) { SCRFATAL("%s", text); }
+void fatal_handler(const char *text) {
+    SCRFATAL("%s", text);
+}
 
 bool key_in_table(int code, int *slot) {
     if (!ts() || code == 0) return false;
@@ -389,10 +406,12 @@ void SCRINIT() {
     SCRTERM("");
     KEYCLEARSET();
     t->term_decimals = std::getenv("KPOS") ? 0 : 2;
-    const int defaults[KEY_SLOTS] = {KEY_CANCEL, 9,   KEY_HELP, KEY_UP, KEY_DOWN, KEY_PPAGE,
-                                     KEY_NPAGE,  27,  KEY_BTAB, 0,      0,        0};
-    for (int i = 0; i < KEY_SLOTS; ++i) t->term_keys[i] = defaults[i];
-    for (int i = 0; i < 12; ++i) t->term_keys[SLOT_F1 + i] = KEY_F(i + 1);
+    const int defaults[KEY_SLOTS] = {KEY_CANCEL, 9,  KEY_HELP, KEY_UP, KEY_DOWN, KEY_PPAGE,
+                                     KEY_NPAGE,  27, KEY_BTAB, 0,      0,        0};
+    for (int i = 0; i < KEY_SLOTS; ++i)
+        t->term_keys[i] = defaults[i];
+    for (int i = 0; i < 12; ++i)
+        t->term_keys[SLOT_F1 + i] = KEY_F(i + 1);
     if (g_macro && g_macro->load) g_macro->load();
     WAITOFF();
 }
@@ -492,7 +511,8 @@ void SCREND() {
         if (t->term_message[0]) error("%s", "");
         WAITCLEAR();
         if (top()) wrefresh(top()->window);
-        while (t->term_top > 0) WINCLOSE();
+        while (t->term_top > 0)
+            WINCLOSE();
         if (g_small) delwin(g_small);
         g_small = nullptr;
         endwin();
@@ -649,9 +669,15 @@ void WINMOVE(int row, int col) {
         wmove(r->window, row - 1, col - 1);
 }
 
-WINDOW *WINCUR() { return top() ? top()->window : nullptr; }
-int WININNERROWS() { return top() ? inner_rows(*top()) : 0; }
-int WININNERCOLS() { return top() ? inner_cols(*top()) : 0; }
+WINDOW *WINCUR() {
+    return top() ? top()->window : nullptr;
+}
+int WININNERROWS() {
+    return top() ? inner_rows(*top()) : 0;
+}
+int WININNERCOLS() {
+    return top() ? inner_cols(*top()) : 0;
+}
 
 // --------------------------------------------------------------------- text
 
@@ -745,7 +771,8 @@ void WINCLREOS(int row, int col) {
         werase(r->window);
     } else {
         WINCLREOL(row, col);
-        for (int rr = row + 1; rr <= inner_rows(*r); ++rr) WINCLREOL(rr, 1);
+        for (int rr = row + 1; rr <= inner_rows(*r); ++rr)
+            WINCLREOL(rr, 1);
     }
     // A blank in the last inner position fills the colour to the corner.
     int lr = inner_rows(*r), lc = inner_cols(*r);
@@ -786,7 +813,9 @@ void SCRREPAINT() {
 void SCRDELAY(int seconds) {
     if (ts()) ts()->term_delay = seconds;
 }
-int SCRDELAYGET() { return ts() ? ts()->term_delay : 1; }
+int SCRDELAYGET() {
+    return ts() ? ts()->term_delay : 1;
+}
 
 void SCRREFRESH_THROTTLED() {
     check_stop();
@@ -884,7 +913,8 @@ void SCRFATAL(const char *fmt, ...) {
             if (c == ERR && errno != EINTR && ++errors > 3) break; // no one at the line
             if (g_headless && g_keystack.empty()) break;
         }
-        while (t->term_top > 0) WINCLOSE();
+        while (t->term_top > 0)
+            WINCLOSE();
         SCREXIT(1);
     }
     std::free(probe);
@@ -932,8 +962,12 @@ void WAITON() {
 
 // --------------------------------------------------------------------- keys
 
-void SCRMACROHOOKS(const MacroHooks *hooks) { g_macro = hooks; }
-void SCRMODEMHOOK(void (*hangup)()) { g_modem_hangup = hangup; }
+void SCRMACROHOOKS(const MacroHooks *hooks) {
+    g_macro = hooks;
+}
+void SCRMODEMHOOK(void (*hangup)()) {
+    g_modem_hangup = hangup;
+}
 
 bool KEYISSLOT(const void *p) {
     if (!ts()) return false;
@@ -1037,23 +1071,58 @@ int KEYREAD(WINDOW *w) {
 char *KEYNAME(int code, char *buf) {
     const char *n = nullptr;
     switch (code) {
-    case '\n': case '\r': case KEY_ENTER: n = "RTRN"; break;
-    case 27: n = "ESC"; break;
-    case 9: n = "TAB"; break;
-    case KEY_DC: n = "DEL"; break;
-    case KEY_IC: n = "INS"; break;
-    case KEY_HOME: n = "HOME"; break;
-    case KEY_END: n = "END"; break;
-    case KEY_DOWN: n = "DOWN"; break;
-    case KEY_UP: n = "UP"; break;
-    case KEY_LEFT: n = "LEFT"; break;
-    case KEY_RIGHT: n = "RGHT"; break;
-    case KEY_BACKSPACE: n = "BACK"; break;
-    case KEY_NPAGE: n = "PGDN"; break;
-    case KEY_PPAGE: n = "PGUP"; break;
-    case ' ': n = "SPACE"; break;
-    case KEY_BTAB: n = "SH_TAB"; break;
-    default: break;
+    case '\n':
+    case '\r':
+    case KEY_ENTER:
+        n = "RTRN";
+        break;
+    case 27:
+        n = "ESC";
+        break;
+    case 9:
+        n = "TAB";
+        break;
+    case KEY_DC:
+        n = "DEL";
+        break;
+    case KEY_IC:
+        n = "INS";
+        break;
+    case KEY_HOME:
+        n = "HOME";
+        break;
+    case KEY_END:
+        n = "END";
+        break;
+    case KEY_DOWN:
+        n = "DOWN";
+        break;
+    case KEY_UP:
+        n = "UP";
+        break;
+    case KEY_LEFT:
+        n = "LEFT";
+        break;
+    case KEY_RIGHT:
+        n = "RGHT";
+        break;
+    case KEY_BACKSPACE:
+        n = "BACK";
+        break;
+    case KEY_NPAGE:
+        n = "PGDN";
+        break;
+    case KEY_PPAGE:
+        n = "PGUP";
+        break;
+    case ' ':
+        n = "SPACE";
+        break;
+    case KEY_BTAB:
+        n = "SH_TAB";
+        break;
+    default:
+        break;
     }
     if (n)
         std::strcpy(buf, n);
@@ -1080,7 +1149,9 @@ bool KEYISSET(int code) {
     return ts()->term_set->bits[code >> 3] & (1u << (code & 7));
 }
 
-bool KEYISEXIT(int code) { return KEYISSET(code) && key_in_table(code, nullptr); }
+bool KEYISEXIT(int code) {
+    return KEYISSET(code) && key_in_table(code, nullptr);
+}
 
 bool KEYISMASKED(int code) {
     int slot;
