@@ -214,6 +214,52 @@ TEST_F(Shared, ReaderWalksWhileAWriterInsertsOrDeletes) {
     walk_beside_a_writer(counters("DTWEG"), Writer::deletes);
 }
 
+// An exclusive user whose changes are partly on disk has the busy mark set;
+// a reader that opens the file meanwhile waits for him at the header lock of
+// the open, with the in-use message, instead of calling the file damaged,
+// and then sees it whole.
+int g_release = -1; // the pipe that lets the exclusive user close
+void release_on_wait(ICB *) {
+    if (g_release >= 0 && ::write(g_release, "x", 1) == 1) ::close(g_release);
+    g_release = -1;
+    ::usleep(20000);
+}
+
+TEST_F(Shared, AReaderWaitsForAnExclusiveUserWithChangesUnderWay) {
+    std::string name = counters("DTEXCL");
+    int busy[2], release[2];
+    ASSERT_EQ(::pipe(busy), 0);
+    ASSERT_EQ(::pipe(release), 0);
+    pid_t kid = fork();
+    if (kid == 0) {
+        set_exclusive_cache_blocks(8);
+        set_exclusive_data_pages(2);
+        ICB *w = IXOPEN(name.c_str(), 1);
+        for (uint32_t nr = 1; nr <= 3000; ++nr) {
+            Counter c = named(nr);
+            IXWRITE(w, &c);
+        }
+        char x;
+        if (::write(busy[1], "x", 1) != 1 || ::read(release[0], &x, 1) != 1) _exit(2);
+        IXCLOSE(w);
+        _exit(0);
+    }
+    char x;
+    ASSERT_EQ(::read(busy[0], &x, 1), 1);
+    ASSERT_EQ(header_byte(name + ".INX", 45), 1) << "the mark is on disk while changes are";
+    g_release = release[1];
+    set_inuse_hook(release_on_wait);
+    ICB *r = IXOPEN(name.c_str(), 0);
+    EXPECT_EQ(g_release, -1) << "the reader waited";
+    Counter c{};
+    int n = 0;
+    for (int ok = IXFIRST(r, &c); ok; ok = IXNEXTR(r, &c))
+        ++n;
+    EXPECT_EQ(n, 3000);
+    IXCLOSE(r);
+    EXPECT_EQ(wait_exit(kid), 0);
+}
+
 // With one key of 8 bytes the queue holds 63 reserved keys; the 64th ends
 // the program. Releasing empties it again.
 TEST_F(Shared, LockQueueHolds63KeysOfEightBytes) {
