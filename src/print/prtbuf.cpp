@@ -142,9 +142,9 @@ void check_fmt(PRTBUF *b, long n) {
     if (n >= b->fmt_max) nv::fatal("MAXFMT too small. %ld > MAXFMT(%d)", n, (int)b->fmt_max);
 }
 
-// Formats spec with one value into out (fmt_max bytes); returns the length.
-template <typename T> int format_one(PRTBUF *b, char *out, const char *spec, T value) {
-    int n = std::snprintf(out, (size_t)b->fmt_max, spec, value);
+// Formats the conversion conv with one value into out (fmt_max bytes); returns the length.
+template <typename T> int format_one(PRTBUF *b, char *out, const char *conv, T value) {
+    int n = std::snprintf(out, (size_t)b->fmt_max, conv, value);
     if (n < 0) n = 0;
     check_fmt(b, n);
     return n;
@@ -154,37 +154,37 @@ template <typename T> int format_one(PRTBUF *b, char *out, const char *spec, T v
 // text with value 0 into piece_min (a copy of piece when the conversion has
 // no width). Returns the end of the conversion in the format.
 const char *convert(PRTBUF *b, const char *p, va_list *ap, int *len, int *minlen, bool *numeric) {
-    std::string spec = "%";
+    std::string conv = "%";
     while (*p && std::strchr("-+ #0", *p))
-        spec += *p++;
+        conv += *p++;
     bool has_width = false;
     if (*p == '*') {
-        spec += std::to_string(va_arg(*ap, int));
+        conv += std::to_string(va_arg(*ap, int));
         ++p;
         has_width = true;
     }
     for (; std::isdigit((unsigned char)*p); ++p, has_width = true)
-        spec += *p;
+        conv += *p;
     if (*p == '.') {
-        spec += *p++;
+        conv += *p++;
         if (*p == '*') {
-            spec += std::to_string(va_arg(*ap, int));
+            conv += std::to_string(va_arg(*ap, int));
             ++p;
         }
         for (; std::isdigit((unsigned char)*p); ++p)
-            spec += *p;
+            conv += *p;
     }
     char mod = 0;
-    if (*p == 'h' || *p == 'l' || *p == 'L') mod = *p, spec += *p++;
+    if (*p == 'h' || *p == 'l' || *p == 'L') mod = *p, conv += *p++;
     char type = *p;
     bool ok = type && std::strchr("sdiouxXefgEGc", type);
     bool floating = ok && std::strchr("efgEG", type);
     if (ok && mod == 'L' && !floating) ok = false;
     if (ok && mod && (type == 's' || type == 'c')) ok = false;
     if (!ok) nv::fatal("Invalid format specifier: %c", type ? type : ' ');
-    spec += type;
-    check_fmt(b, (long)spec.size());
-    std::memcpy(b->piece_fmt, spec.c_str(), spec.size() + 1);
+    conv += type;
+    check_fmt(b, (long)conv.size());
+    std::memcpy(b->piece_fmt, conv.c_str(), conv.size() + 1);
     const char *f = b->piece_fmt;
     *numeric = type != 's' && type != 'c';
     int n = 0, m = -1;

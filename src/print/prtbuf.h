@@ -31,7 +31,7 @@ struct PRTBUF {
     int32_t line_end[2]; // length of each layer
     char *layer[2];
     char *piece;     // a conversion's result
-    char *piece_fmt; // the conversion spec
+    char *piece_fmt; // the conversion of the current piece
     char *piece_min; // the same conversion with the value 0
     char *fmt_copy;  // copy of the format
     int32_t fmt_max; // MAXFMT: size of the four above
