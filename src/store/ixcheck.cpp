@@ -62,6 +62,20 @@ void header_name(const IxHeader &h, char out[12]) {
     out[11] = 0;
 }
 
+} // namespace
+
+void nv::store::flash_old_version(const char *name, int version) {
+    char text[512];
+    std::snprintf(text, sizeof text,
+                  KOR(1, 227,
+                      "Versie van het bestand is onjuist.\nBestandnaam : %s\n"
+                      "Versie bestand : %d\nVersie pakket : %d"),
+                  name, version, k_version);
+    flash(-1, nullptr, text);
+}
+
+namespace {
+
 // Version 350 is the previous format: refused, with the way out. Any other
 // version but ours is taken over. False: the check ends with -1.
 bool take_version(ICB *icb, IxHeader &h, bool temporary) {
@@ -80,12 +94,7 @@ bool take_version(ICB *icb, IxHeader &h, bool temporary) {
             flash(-1, nullptr, text);
             return false;
         }
-        std::snprintf(text, sizeof text,
-                      KOR(1, 227,
-                          "Versie van het bestand is onjuist.\nBestandnaam : %s\n"
-                          "Versie bestand : %d\nVersie pakket : %d"),
-                      hn, h.version, k_version);
-        flash(-1, nullptr, text);
+        flash_old_version(hn, h.version);
         nv::fatal("%s", KOR(1, 228, "U kunt het bestand converteren met IXREMAKE.EXE"));
     }
     h.version = k_version;

@@ -88,6 +88,10 @@ bool busy_shown_here(const ICB *icb);
 // that reaches the file.
 void written(ICB *icb, int fd);
 
+// Shows that a file has the previous format version (the way out follows
+// from the caller), with the file's name and both versions.
+void flash_old_version(const char *name, int version);
+
 // The process-wide commit setting: COMMIT=YES 1, COMMIT=NO 0, default 0.
 int commit_setting();
 

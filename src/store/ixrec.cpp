@@ -179,12 +179,7 @@ ICB *IXOPEN(const char *name, int mode) {
             delete icb;
             nv::fatal("%s", KOR(1, 240, "Programma is beeindigd"));
         }
-        std::snprintf(text, sizeof text,
-                      KOR(1, 227,
-                          "Versie van het bestand is onjuist.\nBestandnaam : %s\n"
-                          "Versie bestand : %d\nVersie pakket : %d"),
-                      hn, h.version, k_version);
-        flash(-1, nullptr, text);
+        flash_old_version(hn, h.version);
         nv::fatal("%s", KOR(1, 239, "U kunt het bestand converteren met ixremake"));
     }
     // A header that can't be one is not a file of the store: say so before
